@@ -1,0 +1,314 @@
+#include "core/input.hpp"
+
+#include "audio/player.hpp"
+#include "core/link.hpp"
+#include "core/signals.hpp"
+#include "core/startup.hpp"
+#include "playlist/state.hpp"
+#include "proto/msg_types.hpp"
+#include "ui/popup.hpp"
+#include "ui/screen.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <curses.h>
+#include <memory>
+#include <new>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+server_msg input;
+int gui;
+int playtime;
+int paused;
+std::time_t then;
+std::time_t now;
+int retrieve_album = k_no_album;
+int retrieve_track;
+int cd_loaded_other;
+int freedb_matches;
+int current_match;
+chain_item *exo_head;
+std::uint64_t cd_info[2];
+int resize_generation;
+
+namespace {
+
+key_stack typed_ahead;            // keys typed while a reply was awaited
+server_msg *queue_head;         // messages that arrived while a reply was awaited, oldest first
+int reminder_phase;             // the CD reminder shows its text on odd idle seconds
+
+// What has arrived of the next message on one connection. A message is taken
+// only when complete, so a slow server never holds up the keyboard.
+struct receiver {
+    char data[k_header_len + k_text_max];
+    std::size_t have = 0;
+    bool header_done = false;
+    wire_header h = {};
+};
+receiver rx_master;
+receiver rx_local;
+
+receiver &receiver_for(int fd) { return fd == master_sock ? rx_master : rx_local; }
+
+// Reads what is available of the next message: 1 complete, 0 more to come, -1 the server is gone or broke the framing.
+int receive_some(int fd, receiver &rx)
+{
+    const std::size_t need = rx.header_done ? k_header_len + rx.h.length : k_header_len;
+    const ssize_t n = read(fd, rx.data + rx.have, need - rx.have);
+    if (n < 0 && errno == EINTR)
+        return 0;
+    if (n <= 0)
+        return -1;
+    rx.have += static_cast<std::size_t>(n);
+    if (!rx.header_done && rx.have == k_header_len) {
+        if (!decode_header(rx.data, rx.h))
+            return -1;
+        rx.header_done = true;
+    }
+    return rx.header_done && rx.have == k_header_len + rx.h.length ? 1 : 0;
+}
+
+// Moves a complete message out of its receiver into a record.
+void take_message(int fd, receiver &rx, server_msg &out)
+{
+    out.link = nullptr;
+    out.socket = fd;
+    out.type = rx.h.type;
+    out.sequence = rx.h.sequence;
+    out.album = rx.h.album;
+    out.track = rx.h.track;
+    out.length = rx.h.length;
+    std::memcpy(out.text, rx.data + k_header_len, rx.h.length);
+    out.text[rx.h.length] = '\0';
+    rx.have = 0;
+    rx.header_done = false;
+}
+
+// A heap copy of a message; the program cannot go on without one.
+server_msg *new_record(const char *what)
+{
+    server_msg *m = new (std::nothrow) server_msg;
+    if (m == nullptr) {
+        error_msg(what, errno);
+        if (gui)
+            endwin();
+        std::exit(1);
+    }
+    return m;
+}
+
+// Handles the queued messages in arrival order.
+void drain_queue()
+{
+    while (queue_head != nullptr) {
+        std::unique_ptr<server_msg> m(queue_head);
+        queue_head = m->link;
+        m->link = nullptr;
+        async_msg(m.get());
+    }
+}
+
+void append_to_queue(server_msg *m)
+{
+    server_msg **tail = &queue_head;
+    while (*tail != nullptr)
+        tail = &(*tail)->link;
+    *tail = m;
+}
+
+// The play-time counter and the CD reminder, once per idle second.
+void idle_second()
+{
+    if (playtime > 0) {
+        now = std::time(nullptr);
+        if (!paused)
+            playtime -= static_cast<int>(now - then);
+        then = now;
+        if (playtime < 0)
+            playtime = 0;
+        char text[16];
+        std::snprintf(text, sizeof text, "%02d:%02d", playtime / 60, playtime % 60);
+        attron(A_REVERSE);
+        put_text(stdscr, LINES - 1, 74, text);
+        attroff(A_REVERSE);
+    }
+    if (retrieve_album != k_no_album) {
+        char text[64];
+        const int len = std::snprintf(text, sizeof text, "Please load CD number %4.4d", retrieve_album);
+        if (reminder_phase == 0)
+            std::memset(text, ' ', static_cast<std::size_t>(len));
+        reminder_phase ^= 1;
+        attron(A_BOLD);
+        put_text(stdscr, 22, centre_column(len), text);
+        attroff(A_BOLD);
+    } else {
+        reminder_phase = 0;
+    }
+}
+
+struct cursor_place {
+    int y = 0;
+    int x = 0;
+};
+
+cursor_place park_cursor()
+{
+    cursor_place c;
+    if (gui) {
+        getyx(stdscr, c.y, c.x);
+        move(LINES - 1, COLS - 1);
+        refresh();
+    }
+    return c;
+}
+
+void restore_cursor(const cursor_place &c)
+{
+    if (gui)
+        move(c.y, c.x);
+}
+
+}   // namespace
+
+void push_key(int key) { typed_ahead.push(key); }
+
+[[noreturn]] void server_lost()
+{
+    if (master_sock >= 0) {
+        shutdown(master_sock, SHUT_RDWR);
+        close(master_sock);
+    }
+    popup("Zerka server is closing down - abort", -2);
+    if (gui) {
+        clear();
+        refresh();
+        endwin();
+    }
+    // Also left on the terminal, where it outlives the screen.
+    std::fputs("Zerka server is closing down - abort\n", stderr);
+    std::exit(1);
+}
+
+int get_input(server_msg *msg, int ticks)
+{
+    const bool key_wait = msg->type == INPUT;
+    if (gui)
+        wtimeout(stdscr, 100);
+    if (key_wait) {
+        int key;
+        if (typed_ahead.pop(key))
+            return key;
+        if (gui) {
+            // A key that curses already holds (the rest of a sequence it could not decode) is not seen by select.
+            wtimeout(stdscr, 0);
+            key = wgetch(stdscr);
+            wtimeout(stdscr, 100);
+            if (key != ERR)
+                return key;
+        }
+    }
+    for (;;) {
+        if (gui) {
+            loc_play_redraw();
+            if (resize_pending) {
+                resize_pending = 0;
+                resize_screen();
+                ++resize_generation;
+                if (key_wait)
+                    return -1;
+            }
+            if (interrupt_pending && key_wait) {
+                interrupt_pending = 0;
+                interrupt_question();
+                return -1;
+            }
+        }
+        const cursor_place cursor = park_cursor();
+        fd_set readable;
+        FD_ZERO(&readable);
+        int max_fd = -1;
+        const auto watch = [&](int fd) {
+            if (fd >= 0) {
+                FD_SET(fd, &readable);
+                max_fd = fd > max_fd ? fd : max_fd;
+            }
+        };
+        if (gui)
+            watch(STDIN_FILENO);
+        watch(master_sock);
+        watch(cd_srv_sock);
+        watch(signal_pipe_fd());
+        timeval timeout = {.tv_sec = 1, .tv_usec = 0};
+        int ready = select(max_fd + 1, &readable, nullptr, nullptr, &timeout);
+        if (ready < 0) {
+            if (errno != EINTR) {
+                restore_cursor(cursor);
+                return -1;
+            }
+            ready = 0;   // an interrupted wait counts as a time-out
+        }
+        if (ready > 0) {
+            if (signal_pipe_fd() >= 0 && FD_ISSET(signal_pipe_fd(), &readable)) {
+                signal_pipe_drain();
+                restore_cursor(cursor);
+                continue;
+            }
+            if (gui && FD_ISSET(STDIN_FILENO, &readable)) {
+                if (key_wait) {
+                    restore_cursor(cursor);
+                    return wgetch(stdscr);
+                }
+                for (int key; (key = wgetch(stdscr)) != ERR;)
+                    typed_ahead.push(key);
+            }
+            int fd = -1;
+            if (master_sock >= 0 && FD_ISSET(master_sock, &readable))
+                fd = master_sock;
+            else if (cd_srv_sock >= 0 && FD_ISSET(cd_srv_sock, &readable))
+                fd = cd_srv_sock;
+            if (fd < 0) {
+                restore_cursor(cursor);
+                continue;
+            }
+            receiver &rx = receiver_for(fd);
+            const int got = receive_some(fd, rx);
+            if (got < 0)
+                server_lost();
+            if (got == 0) {
+                restore_cursor(cursor);
+                continue;
+            }
+            if (!key_wait && is_reply(*msg, fd, rx.h.type, rx.h.sequence)) {
+                take_message(fd, rx, *msg);
+                drain_queue();
+                restore_cursor(cursor);
+                if (gui)
+                    refresh();
+                return static_cast<int>(msg->length);
+            }
+            server_msg *m = new_record("Message queue malloc failed");
+            take_message(fd, rx, *m);
+            if (key_wait) {
+                std::unique_ptr<server_msg> owned(m);
+                if (!(m->type == PLIST_UPDATE && std::strcmp(cur_plist, k_current_plist) != 0))
+                    async_msg(m);
+                restore_cursor(cursor);
+                return -1;
+            }
+            append_to_queue(m);
+            restore_cursor(cursor);
+            continue;
+        }
+        if (gui)
+            idle_second();
+        restore_cursor(cursor);
+        if (gui)
+            refresh();
+        if (ticks != 0 && --ticks == 0)
+            return -1;
+    }
+}

@@ -1,0 +1,216 @@
+#include "core/link.hpp"
+
+#include "browse/chain.hpp"
+#include "core/config.hpp"
+#include "core/input.hpp"
+#include "core/log.hpp"
+#include "core/process.hpp"
+#include "proto/msg_types.hpp"
+#include "ui/popup.hpp"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+int master_sock = -1;
+int cd_srv_sock = -1;
+long master_sequ;
+long cd_srv_sequ;
+
+namespace {
+
+// Connects once; returns the descriptor or -1 with errno set.
+int try_connect(const hostent *he, int port)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0)
+        return -2;
+    sockaddr_in addr = {};
+    addr.sin_family = AF_INET;
+    addr.sin_port = htons(static_cast<std::uint16_t>(port));
+    std::memcpy(&addr.sin_addr, he->h_addr_list[0], sizeof addr.sin_addr);
+    if (connect(fd, reinterpret_cast<const sockaddr *>(&addr), sizeof addr) == 0)
+        return fd;
+    const int saved = errno;
+    close(fd);
+    errno = saved;
+    return -1;
+}
+
+[[noreturn]] void fatal(const char *text)
+{
+    std::fputs(text, stderr);
+    std::exit(1);
+}
+
+}   // namespace
+
+int connect_to_server(const char *host, int port, int master_flag)
+{
+    const char *label = master_flag != 0 ? "Master" : "Local";
+    char text[512];
+    if (host[0] == '\0')
+        fatal("Configuration error: SERVER_MODE\n");
+    const hostent *he = gethostbyname(host);
+    if (he == nullptr || he->h_addrtype != AF_INET || he->h_addr_list[0] == nullptr) {
+        // gethostbyname reports through h_errno; the system error text is what the operator can look up.
+        std::snprintf(text, sizeof text, "gethostbyname failed on %s - %s\n", host,
+                      he == nullptr ? hstrerror(h_errno) : std::strerror(EAFNOSUPPORT));
+        fatal(text);
+    }
+    for (int attempt = 1;; ++attempt) {
+        const int fd = try_connect(he, port);
+        if (fd >= 0)
+            return fd;
+        if (fd == -2) {
+            std::snprintf(text, sizeof text, "Cannot create server socket (%s) - %s\n", host, std::strerror(errno));
+            fatal(text);
+        }
+        if (master == 1)
+            fatal("\nMaster zerka server does not appear to be running. Please run \"zerkaserver\"\n");
+        if (attempt == 2)
+            break;
+        std::fprintf(stderr, "Connecting to %s server (%s) - %s: trying again\n", label, host, std::strerror(errno));
+        sleep(2);
+    }
+    if (local_server == 1 && master_flag == 0)
+        fatal("\nLocal zerka server does not appear to be running. Please run \"zerkaserver\"\n");
+    std::snprintf(text, sizeof text, "Connecting to %s server (%s) - giving up\n", label, host);
+    fatal(text);
+}
+
+bool write_all(int fd, const char *buf, std::size_t n)
+{
+    while (n > 0) {
+        const ssize_t w = write(fd, buf, n);
+        if (w < 0 && errno == EINTR)
+            continue;
+        if (w <= 0)
+            return false;
+        buf += w;
+        n -= static_cast<std::size_t>(w);
+    }
+    return true;
+}
+
+bool read_exact(int fd, char *buf, std::size_t n)
+{
+    while (n > 0) {
+        const ssize_t r = read(fd, buf, n);
+        if (r < 0 && errno == EINTR)
+            continue;
+        if (r <= 0)
+            return false;
+        buf += r;
+        n -= static_cast<std::size_t>(r);
+    }
+    return true;
+}
+
+bool read_message(int fd, server_msg &m)
+{
+    char head[k_header_len];
+    wire_header h;
+    if (!read_exact(fd, head, sizeof head) || !decode_header(head, h))
+        return false;
+    if (!read_exact(fd, m.text, h.length))
+        return false;
+    m.text[h.length] = '\0';
+    m.link = nullptr;
+    m.socket = fd;
+    m.type = h.type;
+    m.sequence = h.sequence;
+    m.album = h.album;
+    m.track = h.track;
+    m.length = h.length;
+    return true;
+}
+
+bool write_msg(const server_msg &msg)
+{
+    static char buf[k_header_len + k_text_max];
+    const wire_header h = {.type = msg.type,
+                           .sequence = msg.sequence,
+                           .album = msg.album,
+                           .track = msg.track,
+                           .length = static_cast<std::uint32_t>(strnlen(msg.text, k_text_max))};
+    const std::size_t n = encode_message(buf, sizeof buf, h, msg.text);
+    if (n == 0) {
+        errno = EINVAL;   // a field that does not fit the header would break the framing
+        return false;
+    }
+    return write_all(static_cast<int>(msg.socket), buf, n);
+}
+
+void send_msg(server_msg *msg)
+{
+    if (msg->socket == master_sock)
+        msg->sequence = master_sequ;
+    else if (msg->socket == cd_srv_sock)
+        msg->sequence = cd_srv_sequ;
+    msg->text[k_text_max] = '\0';
+    msg->length = static_cast<std::uint32_t>(std::strlen(msg->text));
+    if (!write_msg(*msg)) {
+        error_msg("send_msg failed", errno);
+        return;
+    }
+    get_input(msg, 0);
+    msg->sequence = next_sequence(msg->sequence);
+    if (msg->socket == master_sock)
+        master_sequ = msg->sequence;
+    else if (msg->socket == cd_srv_sock)
+        cd_srv_sequ = msg->sequence;
+}
+
+const char *get_time(std::time_t t)
+{
+    static char text[64];
+    if (t == 0) {
+        static server_msg msg;
+        msg.socket = master_sock;
+        msg.type = GETTIME;
+        msg.sequence = 0;
+        msg.album = 0;
+        msg.track = 0;
+        set_text(msg, "Time");
+        send_msg(&msg);
+        t = static_cast<std::time_t>(std::strtoul(msg.text, nullptr, 16));
+        if (master == 0) {
+            std::tm tm{};
+            localtime_r(&t, &tm);
+            char stamp[64];
+            std::snprintf(stamp, sizeof stamp, "%02d%02d%02d%02d.%02d", tm.tm_mon + 1, tm.tm_mday, tm.tm_hour,
+                          tm.tm_min, tm.tm_sec);
+            const char *const argv[] = {"/bin/date", stamp, nullptr};
+            run_program(argv, true);
+        }
+    }
+    format_server_time(text, t);
+    return text;
+}
+
+void pr_msg(int tag, const server_msg *msg)
+{
+    char line[256];
+    if (logfile == nullptr || !format_msg_trace(line, sizeof line, tag, *msg))
+        return;
+    char stamp[64];
+    format_log_stamp(stamp, std::time(nullptr));
+    std::fputs(stamp, logfile);
+    std::fputs(line, logfile);
+    std::fflush(logfile);
+}
+
+void pr_chain(const char *label, const chain_item *chain)
+{
+    zerkalog("%s: chain=%8.8X", label, static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(chain)));
+    int index = 0;
+    for (const chain_item *c = chain; c != nullptr; c = c->next)
+        zerkalog("%02d: %04d/%02d", index++, c->album_no, c->track_no);
+}

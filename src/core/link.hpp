@@ -1,0 +1,53 @@
+// The TCP link to the servers: connecting, sending a request and waiting for
+// its reply, the server's clock, and the message tracers.
+#pragma once
+
+#include "proto/wire.hpp"
+
+#include <cstddef>
+#include <ctime>
+
+struct chain_item;
+
+extern int master_sock;    // connection to the master server
+extern int cd_srv_sock;    // connection to the local (CD-drive) server; master_sock when there is none
+extern long master_sequ;   // next sequence number on master_sock
+extern long cd_srv_sequ;   // next sequence number on cd_srv_sock
+
+// Connects to a server at start-up; never returns on failure (the message goes
+// to standard error and the program ends with status 1). master_flag 1 names
+// the master server in messages, 0 the local server.
+int connect_to_server(const char *host, int port, int master_flag);
+
+// Stamps the sequence and length, sends the request on msg->socket, waits for
+// the matching reply and leaves it in msg. A failed write shows "send_msg
+// failed" and returns with msg as it was sent.
+void send_msg(server_msg *msg);
+
+// The server's time (t == 0: asks the master, and in non-master modes sets the
+// local clock from it) or t, as "dd/mm/yy @ hh:mm:ss" in a static buffer.
+const char *get_time(std::time_t t);
+
+// Formats a time as get_time shows it.
+void format_server_time(char (&out)[64], std::time_t t);
+
+// Tracing aids: log one message, or the elements of a browser list.
+void pr_msg(int tag, const server_msg *msg);
+void pr_chain(const char *label, const chain_item *chain);
+
+// The text of a message trace line (without the time stamp); false for a
+// message that is never traced (ALBUM_READ).
+bool format_msg_trace(char *buf, std::size_t cap, int tag, const server_msg &msg);
+
+// Writes all n bytes, retrying short writes and interruptions; false on error.
+bool write_all(int fd, const char *buf, std::size_t n);
+
+// Reads exactly n bytes; false when the peer closed or the read failed.
+bool read_exact(int fd, char *buf, std::size_t n);
+
+// Reads one whole message from fd into m (header checked strictly, text read in
+// full and NUL-terminated); false when the peer is gone or broke the framing.
+bool read_message(int fd, server_msg &m);
+
+// Sends a request without waiting for its reply; false when it could not be written.
+bool write_msg(const server_msg &msg);

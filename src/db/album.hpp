@@ -1,0 +1,42 @@
+// The in-memory album table, loaded from the master server.
+#pragma once
+
+#include "proto/album_text.hpp"
+#include "proto/wire.hpp"
+
+inline constexpr int k_album_slots = 9021;      // album numbers 0..9020, indexed directly
+inline constexpr int k_last_regular = 3000;     // albums 1..3000 are the ordinary ones
+inline constexpr int k_reserved_first = 9000;   // 9000..9019 are reserved and loaded too
+inline constexpr int k_reserved_count = 20;
+
+extern album_rec album[k_album_slots];   // the whole database, one slot per album number
+extern int max_album;                    // highest album number loaded among 1..3000
+extern int last_album;                   // album most recently chosen by the operator
+
+// Replies of ALBUM_READ.
+inline constexpr int k_no_such_album = 0xFFFE;
+inline constexpr int k_past_the_end = 0xFFFD;
+
+// Empties the whole table without touching pages that were never used.
+void clear_album_table();
+
+// Fills the album slot named by msg->album from its album text.
+void read_album_data(const server_msg *msg);
+
+// Loads the whole table at start-up, with its progress display.
+void read_database();
+
+// Loads the ordinary and reserved albums without any display; returns max_album.
+int load_albums_quietly();
+
+// Reads one album from a server: 1 loaded, 0 no such album, 3 past the end.
+int read_album(int number, int socket);
+
+// Sends an album back to a server; returns 0.
+int write_album(int number, int socket);
+
+// Checks an album number typed by the operator: the number, 0, or -2 after "Invalid album No: %04d".
+int check_a_no(const char *number_text, int reload);
+
+// Menu handler: runs the play controls with `mode` between two clean screens.
+int refresh_database(const void *arg, int mode, const char *label);

@@ -1,0 +1,38 @@
+#include "db/album.hpp"
+
+#include <cstdint>
+#include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
+
+album_rec album[k_album_slots];
+int max_album;
+int last_album;
+
+void clear_album_table()
+{
+    // Whole pages are handed back to the kernel, which gives zero pages again on
+    // the next touch: clearing never makes the untouched part of the table resident.
+    auto *begin = reinterpret_cast<unsigned char *>(album);
+    unsigned char *end = begin + sizeof album;
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    auto *first_page = reinterpret_cast<unsigned char *>((reinterpret_cast<std::uintptr_t>(begin) + page - 1) & ~(page - 1));
+    auto *last_page = reinterpret_cast<unsigned char *>(reinterpret_cast<std::uintptr_t>(end) & ~(page - 1));
+    if (first_page < last_page && madvise(first_page, static_cast<std::size_t>(last_page - first_page), MADV_DONTNEED) == 0) {
+        std::memset(begin, 0, static_cast<std::size_t>(first_page - begin));
+        std::memset(last_page, 0, static_cast<std::size_t>(end - last_page));
+    } else {
+        std::memset(begin, 0, sizeof album);
+    }
+}
+
+void read_album_data(const server_msg *msg)
+{
+    const auto n = msg->album;
+    if (n < 0 || n >= k_album_slots)
+        return;   // a number outside the table names no slot
+    const int number = static_cast<int>(n);
+    if (number < k_last_regular + 1 && number > max_album)
+        max_album = number;
+    parse_album_text(msg->text, strnlen(msg->text, msg->length), album[number]);
+}

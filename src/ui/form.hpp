@@ -1,0 +1,57 @@
+// Table-driven forms and the field editor.
+#pragma once
+
+struct form_field;
+
+// Called after a row was edited; -3 ends the form.
+using field_handler = int (*)(form_field *form, int row);
+
+// One row of a form.
+struct form_field {
+    int type;          // the row's identity letter; a space on the end row
+    int row;           // screen row of the label
+    int column;        // screen column of the label
+    char label[80];    // the value is drawn one column after its end
+    int kind;          // 0 end of form, 1 shown only, 2 editable
+    char value[80];    // kept padded with spaces to `length` while the form is open
+    int length;        // width of the value
+    int hidden;        // drawn as blanks, never edited
+    int advance;       // typing into a full value moves on to the next row
+    field_handler handler;
+};
+
+// Field editor results.
+inline constexpr int k_field_esc = -3;
+inline constexpr int k_field_next = -4;
+inline constexpr int k_field_prev = -5;
+inline constexpr int k_field_page_down = -6;
+inline constexpr int k_field_page_up = -7;
+inline constexpr int k_field_save = -11;
+
+// Edits one field's value in place; returns one of the results above.
+int input_field(form_field *field);
+
+// Draws a form and walks the cursor through its editable rows.
+int form_func(form_field *form);
+
+extern form_field data_input[9];      // the album/track record editor
+extern form_field notes_input[9];     // eight lines of album notes
+extern form_field trackno_input[2];   // a single track number
+
+// Moves an album (track 0) or a track of the database into data_input, and back.
+void copy_to_form(int album_no, int track_no);
+void copy_from_form(int album_no, int track_no);
+
+// Blanks the values of rows 1 to 5 of data_input.
+void clear_form();
+
+// The pure editing step of input_field on a work buffer (exposed for tests).
+struct field_edit {
+    char buf[81];   // the value, exactly `length` characters
+    int length;
+    int cursor;
+    int advance;
+};
+// Applies one key; returns 0 to go on, a field result to finish, or 1 when the
+// key must be pushed back for the next row (a full field with advance set).
+int field_edit_key(field_edit &e, int key, bool &bell);
