@@ -13,6 +13,7 @@ by message type, and unsolicited messages can be pushed at any time.
 """
 
 import socket
+import sys
 import threading
 import time
 
@@ -329,3 +330,12 @@ class FakeServer:
         except OSError:
             pass
         self.drop_connections()
+
+
+if __name__ == "__main__":
+    # Serves a small invented library until killed; prints the port on the first line.
+    srv = FakeServer(int(sys.argv[1]) if len(sys.argv) > 1 else 0)
+    srv.albums = simple_library(12, 10)
+    print(srv.port, flush=True)
+    while True:
+        time.sleep(3600)
