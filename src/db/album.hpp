@@ -26,9 +26,6 @@ void read_album_data(const server_msg *msg);
 // Loads the whole table at start-up, with its progress display.
 void read_database();
 
-// Loads the ordinary and reserved albums without any display; returns max_album.
-int load_albums_quietly();
-
 // Reads one album from a server: 1 loaded, 0 no such album, 3 past the end.
 int read_album(int number, int socket);
 

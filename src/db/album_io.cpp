@@ -41,18 +41,6 @@ int read_album(int number, int socket)
     return 1;
 }
 
-int load_albums_quietly()
-{
-    clear_album_table();
-    max_album = 0;
-    for (int n = 1; n <= k_last_regular; ++n)
-        if (read_album(n, master_sock) == 3)
-            break;
-    for (int n = k_reserved_first; n < k_reserved_first + k_reserved_count; ++n)
-        read_album(n, master_sock);
-    return max_album;
-}
-
 void read_database()
 {
     frame(stdscr);
