@@ -109,7 +109,7 @@ void greet_servers()
     greeting.socket = master_sock;
     master_sequ = 0;
     send_msg(&greeting);
-    if (local_server == 1 && cd_srv_sock != master_sock) {
+    if (local_server == 1) {
         cd_srv_sequ = 0;
         set_text(greeting, "");
         greeting.socket = cd_srv_sock;
