@@ -192,10 +192,10 @@ class Connection:
 
 
 class FakeServer:
-    def __init__(self, port=0):
+    def __init__(self, port=0, host="127.0.0.1"):
         self.listener = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
         self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        self.listener.bind(("127.0.0.1", port))
+        self.listener.bind((host, port))
         self.listener.listen(16)
         self.port = self.listener.getsockname()[1]
         self.received = []          # every message, in arrival order, across connections

@@ -1,0 +1,208 @@
+"""Unsolicited server messages and the loss of the server."""
+
+import subprocess
+import threading
+import time
+
+import pytest
+
+from conftest import ZERKA, write_cfg
+from fakeserver import (ALBUM_READ, CHANGE_MODE, CLIENT_OPEN, GETTIME, PLIST_NOW, SERVER_DOWN, SERVER_NOTICE,
+                        SKIP, PAUSE, RET_REQ, CANCEL, Msg, reply, simple_library)
+
+LOST = "Zerka server is closing down - abort"
+CD_WAITING = 0xBB
+RET_FAILED = 0x68
+CDW_DONE = 0x6F
+
+
+def started(fake, term, **kw):
+    """The interactive program, past its database load and idle."""
+    fake.albums = simple_library(3)
+    t = term(**kw)
+    fake.wait_for(ALBUM_READ, pred=lambda m: m.album == 9019)
+    t.settle(0.5)
+    return t
+
+
+def test_server_down_notice_ends_the_program_cleanly(fake, term):
+    t = started(fake, term)
+    fake.push(SERVER_DOWN)
+    t.wait_for("Server is shutting down", row=12)
+    assert t.wait_exit() == 0
+
+
+@pytest.mark.parametrize("garbage", [
+    b"",                                      # the connection simply closes
+    b"zz 0000 0000 0000 0000 ",               # a malformed header
+    b"38 0000 0000 0000 9000 " + b"x" * 10,   # a length above 0x8000
+    b"38 0000 0000 0000 0040 half a text",    # half a message, then the end
+    b"38 00",                                 # half a header, then the end
+])
+def test_lost_or_broken_server_ends_the_program(fake, term, garbage):
+    t = started(fake, term)
+    if garbage:
+        fake.push_raw(garbage)
+    time.sleep(0.2)
+    fake.drop_connections()
+    t.wait_for(LOST, row=12)
+    assert t.wait_exit() == 1
+
+
+def test_lost_server_during_a_reply_wait_in_command_line_mode(fake, root):
+    fake.silent.add(CLIENT_OPEN)
+    proc = subprocess.Popen([ZERKA, "--x"], env={"ZERKA": root}, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    fake.wait_for(CLIENT_OPEN)
+    fake.drop_connections()
+    out, err = proc.communicate(timeout=10)
+    assert proc.returncode == 1
+    assert err.decode() == LOST + "\n"
+
+
+def test_now_playing_announcement_and_play_time(fake, term):
+    t = started(fake, term)
+    fake.push(PLIST_NOW, album=2, track=3, text=b"125 0 1")
+    where = t.wait_for("Now Playing: Artist 2 - Song 2-3")
+    assert where[0] == 12
+    t.wait_for("02:0", row=23, col=74)
+    assert t.is_reverse(23, 74)
+    # It runs down once per idle second.
+    first = t.at(23, 74, 5)
+    time.sleep(2.2)
+    t.pump()
+    assert t.at(23, 74, 5) < first
+
+
+def test_paused_play_time_does_not_run_down(fake, term):
+    t = started(fake, term)
+    fake.push(PLIST_NOW, album=2, track=3, text=b"100 1 0")
+    t.wait_for("01:40", row=23, col=74)
+    time.sleep(2.5)
+    t.pump()
+    assert t.at(23, 74, 5) == "01:40"
+    fake.push(PAUSE)
+    time.sleep(2.5)
+    t.pump()
+    assert t.at(23, 74, 5) < "01:40"
+
+
+def test_skip_shows_eight_seconds_and_counts_down_to_zero(fake, term):
+    t = started(fake, term)
+    fake.push(SKIP)
+    t.wait_for("00:0", row=23, col=74)
+    assert t.at(23, 74, 5) in ("00:08", "00:07")
+    t.wait_for("00:00", row=23, col=74, timeout=15)
+    time.sleep(1.5)
+    t.pump()
+    assert t.at(23, 74, 5) == "00:00"   # never below zero
+
+
+def test_announcement_needs_a_flag_an_album_and_time(fake, term):
+    t = started(fake, term)
+    fake.push(PLIST_NOW, album=0xFFFE, track=0, text=b"100 0 1")
+    fake.push(PLIST_NOW, album=1, track=1, text=b"0 0 1")
+    fake.push(PLIST_NOW, album=1, track=2, text=b"50 0 0")
+    t.settle(1.0)
+    assert t.find("Now Playing") is None
+
+
+def test_server_notice_popup(fake, term):
+    t = started(fake, term)
+    fake.push(SERVER_NOTICE, album=0, text=b"Backup starts at midnight")
+    t.wait_for("Backup starts at midnight", row=12)
+
+
+def test_change_mode_pops_up_the_new_mode(fake, term):
+    t = started(fake, term)
+    fake.push(CHANGE_MODE, album=2, track=0)
+    t.wait_for("Playing Mode changed to Jukebox", row=12)
+    t.settle(2.5)
+    fake.push(CHANGE_MODE, album=5, track=1, text=b"party")
+    t.wait_for('Playing Mode changed to Playlist: "party"', row=12)
+
+
+def test_change_mode_outside_the_mode_table_is_ignored(fake, term):
+    t = started(fake, term)
+    fake.push(CHANGE_MODE, album=99, track=0)
+    fake.push(SERVER_NOTICE, album=0, text=b"still here")
+    t.wait_for("still here")
+    assert t.find("Playing Mode changed") is None
+
+
+def test_failed_retrieve_popup(fake, term):
+    t = started(fake, term)
+    fake.push(RET_FAILED, album=12, track=3)
+    t.wait_for("Cannot retrieve album 0012, track 3", row=12)
+
+
+def test_retrieve_reminder_blinks_until_cancelled(fake, term):
+    t = started(fake, term)
+    text = "Please load CD number 0012"
+    fake.push(RET_REQ, album=12, track=3)
+    t.wait_for(text, row=22, col=(80 - len(text)) // 2)
+    assert t.is_bold(22, (80 - len(text)) // 2)
+    t.wait_gone(text, timeout=3)      # the blank phase of the next idle second
+    t.wait_for(text, row=22, timeout=3)
+    fake.push(CANCEL, album=12)
+    time.sleep(2.5)
+    t.pump()
+    t.settle(1.2)
+    later = t.row(22)
+    time.sleep(1.2)
+    t.pump()
+    assert t.row(22) == later          # no longer blinking
+
+
+def test_cd_waiting_question_sends_the_answer_back(fake, term):
+    t = started(fake, term)
+    fake.push(CD_WAITING, album=12, track=4)
+    t.wait_for("Album 0012 is loaded: Do you wish to view it?", row=10, col=10)
+    t.send("y")
+    m = fake.wait_for(CD_WAITING)
+    assert (m.album, m.track, m.text) == (12, 4, b"")
+
+
+def test_unknown_cd_waiting_declined_sends_nothing(fake, term):
+    t = started(fake, term)
+    fake.push(CD_WAITING, album=0, track=0)
+    t.wait_for("An unknown album is loaded: Do you wish to edit it?", row=10, col=10)
+    t.send("n")
+    t.settle(0.5)
+    assert fake.of_type(CD_WAITING) == []
+
+
+@pytest.mark.parametrize("code,text", [
+    (0, "Album 0007 written to CD (ID 0000ABCD)"),
+    (1, "Interprocess message failure"),
+    (2, "CD drive in use for ripping"),
+    (3, "Cannot obtain disc status"),
+    (4, "Album 0007: no header info - possibly a simulated write"),
+])
+def test_cd_written_results(fake, term, code, text):
+    t = started(fake, term)
+    fake.push(CDW_DONE, album=7, track=code, text=b"abcd")
+    t.wait_for(text, row=10, col=10)
+
+
+def test_messages_during_a_reply_wait_are_handled_after_the_reply(fake, term):
+    # While the reply to ALBUM_READ 2 is held, the server announces a notice;
+    # the load goes on and the notice shows once the reply has been taken.
+    fake.albums = simple_library(3)
+    release = threading.Event()
+    default = fake.default_reply
+
+    def handler(srv, conn, m):
+        if m.album == 2:
+            conn.send(Msg(SERVER_NOTICE, seq=(m.seq + 0x100) & 0xFFFF, album=0, text=b"queued notice"))
+            release.wait(10)
+        return default(conn, m)
+    fake.handlers[ALBUM_READ] = handler
+    t = term()
+    fake.wait_for(ALBUM_READ, pred=lambda m: m.album == 2)
+    time.sleep(0.5)
+    t.pump()
+    assert t.find("queued notice") is None
+    release.set()
+    t.wait_for("queued notice")
+    fake.wait_for(ALBUM_READ, pred=lambda m: m.album == 4)
+    assert [m.album for m in fake.of_type(ALBUM_READ)][:4] == [1, 2, 3, 4]
