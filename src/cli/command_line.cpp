@@ -1,0 +1,388 @@
+// One-shot operations from the shell: playback control, the current playlist
+// and the short-list, offline playlists, searches, history, the playing mode
+// and the local audio stream. Output goes to standard output, one line per
+// item; every failure line begins "! ".
+#include "cli/command_line.hpp"
+
+#include "audio/stream.hpp"
+#include "cli/cli_args.hpp"
+#include "cli/cli_format.hpp"
+#include "cli/cli_search.hpp"
+#include "core/config.hpp"
+#include "core/link.hpp"
+#include "core/process.hpp"
+#include "core/startup.hpp"
+#include "db/album.hpp"
+#include "playlist/offline.hpp"
+#include "playlist/state.hpp"
+#include "proto/msg_types.hpp"
+#include "proto/text_util.hpp"
+#include "proto/transfer_text.hpp"
+
+#include <cctype>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+inline constexpr std::int64_t k_failed = 0xFFFF;   // reply album of a refused request
+inline constexpr std::int64_t k_playlists_listing = 0x8000;   // DIRLIST album field of a playlist listing
+
+// The one request record of the run: each request sets only its own fields,
+// so the others carry what the previous reply left.
+server_msg request;
+
+// Writes one formatted line (already ended by its newline) to standard output.
+void put_line(const char *line) { std::fputs(line, stdout); }
+
+// Writes one text and a newline to standard output.
+void put_text_line(const char *text)
+{
+    std::fputs(text, stdout);
+    std::fputc('\n', stdout);
+}
+
+// A track entry of the table, or nullptr for numbers outside it.
+const album_rec *album_of(int album_no)
+{
+    return album_no >= 0 && album_no < k_album_slots ? &album[album_no] : nullptr;
+}
+
+// --help: the usage text.
+void print_usage()
+{
+    for (const std::string_view line : cli_usage)
+        std::printf("%.*s\n", static_cast<int>(line.size()), line.data());
+}
+
+// --next: fade out and play the next track.
+void skip_track()
+{
+    request.type = SKIP;
+    request.socket = master_sock;
+    send_msg(&request);
+    if (request.album == k_failed)
+        put_text_line("! Control message failed");
+}
+
+// --stop: the master stops at the end of the current track.
+void stop_master()
+{
+    request.type = STOP;
+    request.socket = master_sock;
+    send_msg(&request);
+}
+
+// Runs /bin/stty with one mode word and "echo" on the terminal of standard input.
+void set_terminal(const char *mode)
+{
+    const char *const argv[] = {"/bin/stty", mode, "echo", nullptr};
+    run_program(argv, true);
+}
+
+// --stop-local: shuts down the local server, or after a confirmation the master.
+void stop_local()
+{
+    if (local_server) {
+        put_text_line("Local server will now shut down");
+        std::fflush(stdout);
+        request.type = STOP_SERVICE;
+        request.socket = cd_srv_sock;
+        send_msg(&request);
+        return;
+    }
+    if (!master) {
+        put_text_line("No local server running");
+        return;
+    }
+    std::fputs("\n    WARNING: this will shut down the MASTER server:  Are you sure?  ", stdout);
+    std::fflush(stdout);
+    set_terminal("cbreak");
+    const int answer = std::getchar();
+    set_terminal("cooked");
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+    // Answers are folded to lower case, as everywhere else in the program.
+    if (answer != EOF && std::tolower(answer) == 'y') {
+        request.type = STOP_SERVICE;
+        request.socket = master_sock;
+        send_msg(&request);
+    }
+}
+
+// --history: walks the server's recent history, one entry per reply, until a reply's album is 0.
+void print_history()
+{
+    request.type = HISTORY;
+    set_text(request, "history.hst");
+    for (;;) {
+        send_msg(&request);
+        if (request.album == 0)
+            return;
+        history_entry e;
+        if (parse_history_entry({request.text, strnlen(request.text, request.length)}, e)) {
+            char line[k_cli_line];
+            format_history_line(line, sizeof line, e, get_time(static_cast<std::time_t>(e.time_played)));
+            put_line(line);
+        }
+        // The server walks its history from the fields its reply left in the record.
+        set_text(request, "history.hst");
+    }
+}
+
+// Output of the streamer that is not a terminal goes to /dev/null, so that a
+// caller reading the command's output is not kept waiting for the streamer.
+void detach_from_pipes()
+{
+    const int null_fd = open("/dev/null", O_WRONLY);
+    if (null_fd < 0)
+        return;
+    for (const int fd : {STDOUT_FILENO, STDERR_FILENO})
+        if (!isatty(fd))
+            dup2(null_fd, fd);
+    if (null_fd > STDERR_FILENO)
+        close(null_fd);
+}
+
+// --audio and --audio-off: starts the streamer process, or stops the one running.
+void local_audio(bool stopping)
+{
+    if (master) {
+        put_text_line("Local audio stream not available on Master server");
+        return;
+    }
+    const pid_t running = find_process("Streamer");
+    if (stopping) {
+        if (running > 0) {
+            kill(running, SIGKILL);
+            put_text_line("Local audio terminated");
+        } else {
+            put_text_line("Local audio is not enabled");
+        }
+        return;
+    }
+    if (running > 0) {
+        put_text_line("Audio is already enabled");
+        return;
+    }
+    std::fflush(stdout);
+    std::fflush(stderr);
+    const pid_t child = fork();
+    if (child < 0) {
+        put_text_line("! Audio stream Fork failed");
+        return;
+    }
+    if (child == 0) {
+        std::signal(SIGINT, SIG_IGN);
+        detach_from_pipes();
+        change_proc_name(prog_desc, "Streamer");
+        audio_stream();
+    }
+    put_text_line("Local audio started");
+}
+
+// --mode: shows the playing mode or the selection playlist, or selects a mode.
+void mode_operations(const cli_options &o)
+{
+    if (o.mode_name[0] == '\0') {
+        if (o.target[0] == '\0') {
+            request.type = GET_MODE;
+            send_msg(&request);
+            char line[k_cli_line];
+            format_mode_line(line, sizeof line, request.album);
+            put_line(line);
+        } else if (std::strcmp(o.target, k_any_target) == 0) {
+            request.type = GET_PLIST;
+            send_msg(&request);
+            std::printf("Selection Playlist: \"%s\"\n", request.text);
+        }
+        return;
+    }
+    const int mode = find_mode(o.mode_name);
+    if (mode == 0) {
+        put_text_line("! unknown mode");
+        return;
+    }
+    request.type = GET_MODE;
+    send_msg(&request);
+    const std::int64_t current = request.album;
+    if (mode == 5 || mode == 6) {
+        request.type = SET_PLIST;
+        request.album = mode;
+        request.track = 1;
+        set_text(request, o.target);
+        send_msg(&request);
+        if (request.album == 0)
+            put_text_line(set_plist_failure(request.track));
+    } else if (mode != current) {
+        request.type = MODE_UNDEFINED + mode;
+        send_msg(&request);
+    }
+}
+
+// Loads albums 0 to 3000 without any display, stopping at the end answer.
+void load_database()
+{
+    clear_album_table();
+    max_album = 0;
+    for (int n = 0; n <= k_last_regular; ++n) {
+        const int r = read_album(n, master_sock);
+        if (r == 3)
+            break;
+        if (r == 1)
+            max_album = n;
+    }
+}
+
+// Adds an item to, or deletes it from, the current playlist or the short-list; false when the run ends here.
+bool change_list(const cli_options &o)
+{
+    int album_no = 0;
+    int track_no = 0;
+    parse_item(o.item, album_no, track_no);
+    const album_rec *rec = album_of(album_no);
+    if (rec == nullptr || item_out_of_range(album_no, track_no, max_album, rec->tracks)) {
+        char line[k_cli_line];
+        format_range_error(line, sizeof line, album_no, track_no);
+        put_line(line);
+        return false;
+    }
+    request.album = album_no;
+    request.track = track_no;
+    request.type = o.list_type;
+    if (o.list_type == SHORTLIST || o.list_type == DONOTPLAY) {
+        send_msg(&request);   // with the text as it stands
+        return true;
+    }
+    char line[k_cli_line];
+    if (o.list_type == PLIST_ADD && track_no == 0) {
+        for (int t = 1; t <= rec->tracks; ++t)
+            plist_add_svce(album_no, t, k_current_plist, 0, master_sock);
+        format_album_added(line, sizeof line, album_no, rec->entry[0].artist, rec->entry[0].title);
+        put_line(line);
+    } else {
+        set_text(request, k_current_plist);
+        send_msg(&request);
+        const track_rec &t = rec->entry[track_no];
+        format_list_result(line, sizeof line, o.list_type == PLIST_DELETE, request.album == k_failed, t.artist,
+                           t.title);
+        put_line(line);
+    }
+    request.type = PLIST_UPDATE;
+    set_text(request, k_current_plist);
+    send_msg(&request);
+    return true;
+}
+
+// --playlist-use: appends an offline playlist to the current one.
+void append_playlist(const cli_options &o)
+{
+    char path[sizeof o.plist_name + 16];
+    std::snprintf(path, sizeof path, "%s/%s", "PlayLists", o.plist_name);
+    if (access(path, F_OK) != 0) {
+        std::printf("! Playlist \"%s\" does not exist\n", path);
+        return;
+    }
+    request.type = PLIST_APPEND;
+    set_text(request, o.plist_name);
+    send_msg(&request);
+}
+
+// --playlist-search: the names of the offline playlists.
+void list_playlists()
+{
+    request.type = DIRLIST;
+    request.album = k_playlists_listing;
+    request.track = 0;
+    set_text(request, "PlayLists");
+    send_msg(&request);
+    for_each_listed_playlist({request.text, strnlen(request.text, request.length)}, [](std::string_view name) {
+        std::printf("%.*s \n", static_cast<int>(name.size()), name.data());
+    });
+}
+
+// --playlist: prints a playlist, one track per line.
+void print_playlist(const cli_options &o)
+{
+    request.type = PLIST_GET;
+    set_text(request, o.plist_name);
+    send_msg(&request);
+    if (request.album == 0) {
+        std::printf("Cannot open playlist: \"%s\"\n", o.plist_name);
+        return;
+    }
+    for_each_plist_record(request.text, strnlen(request.text, request.length), print_track);
+}
+
+// The operation that ended the argument scan; false when there was none.
+bool immediate_operation(cli_action action)
+{
+    switch (action) {
+    case cli_action::none:
+        return false;
+    case cli_action::help:
+        print_usage();
+        break;
+    case cli_action::skip:
+        skip_track();
+        break;
+    case cli_action::stop:
+        stop_master();
+        break;
+    case cli_action::stop_local:
+        stop_local();
+        break;
+    case cli_action::history:
+        print_history();
+        break;
+    case cli_action::audio_on:
+        local_audio(false);
+        break;
+    case cli_action::audio_off:
+        local_audio(true);
+        break;
+    case cli_action::format_error:
+        put_text_line("! Format error");
+        break;
+    }
+    return true;
+}
+
+}   // namespace
+
+void command_line(int argc, char **argv)
+{
+    request.socket = master_sock;
+    request.type = 0;
+    request.sequence = 0;
+    request.album = 1;
+    request.track = 0;
+    request.text[0] = '\0';
+
+    const cli_options o = scan_arguments(argc, argv);
+    request.type = o.type;
+    if (immediate_operation(o.action))
+        return;
+    if (o.mode) {
+        mode_operations(o);
+        return;
+    }
+    if (!(o.playlist || o.search || o.use || o.print || o.add || o.del || o.shortlist)) {
+        put_text_line("! Unrecognized command");
+        return;
+    }
+    load_database();
+    if ((o.add || o.del || o.shortlist) && !change_list(o))
+        return;
+    if (o.use)
+        append_playlist(o);
+    if (o.list_playlists)
+        list_playlists();
+    if (o.print)
+        print_playlist(o);
+    if (o.search && !o.list_playlists)
+        search_database(o);
+}
