@@ -1,0 +1,449 @@
+// The playlist console: entering a playing mode, the console's keys, the
+// current playlist kept as a copy of the server's, and the play controls.
+#include "playlist/console.hpp"
+
+#include "album/album_screens.hpp"
+#include "browse/browser.hpp"
+#include "browse/chain.hpp"
+#include "browse/search.hpp"
+#include "core/access.hpp"
+#include "core/config.hpp"
+#include "core/input.hpp"
+#include "core/link.hpp"
+#include "db/album.hpp"
+#include "playlist/history.hpp"
+#include "playlist/offline.hpp"
+#include "playlist/plist_text.hpp"
+#include "playlist/requests.hpp"
+#include "playlist/state.hpp"
+#include "proto/msg_types.hpp"
+#include "proto/text_util.hpp"
+#include "ui/menu.hpp"
+#include "ui/popup.hpp"
+#include "ui/screen.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <curses.h>
+#include <vector>
+
+namespace {
+
+constexpr int ctrl(char letter) { return letter - 'A' + 1; }
+
+constexpr int k_key_ctrl_d = ctrl('D');
+constexpr int k_key_ctrl_e = ctrl('E');
+constexpr int k_key_ctrl_f = ctrl('F');
+constexpr int k_key_ctrl_g = ctrl('G');
+constexpr int k_key_ctrl_k = ctrl('K');
+constexpr int k_key_ctrl_p = ctrl('P');
+
+constexpr const char *k_console_footer = "move ^up  move ^down  move ^top  ^search/add  album ^list";
+constexpr const char *k_save_as = "Save Current Playlist As:";
+constexpr int k_plist_name_len = 28;   // longest playlist name the operator may type
+
+bool is_current(const char *name) { return std::strcmp(name, k_current_plist) == 0; }
+
+// Builds a list from a playlist transfer text in the server's order; returns the count.
+int build_plist(chain_item **head, const server_msg *msg)
+{
+    int count = 0;
+    for (const plist_entry &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
+        if (link_track(head, k_order_append, e.album, e.track, 0, 1) > 0)
+            ++count;
+    return count;
+}
+
+// Asks a yes/no question of the play controls.
+bool confirm_control(const char *question)
+{
+    char reply[2] = {};
+    return prompt(12, 14, question, reply, 1, 0) == 'y';
+}
+
+// Sends one play-control request; false after "Control message failed".
+bool control_request(std::int64_t type)
+{
+    const auto reply = request(master_sock, type, 1, 0, cur_plist);
+    if (reply->album == k_refused) {
+        errno = 0;   // the failure is the server's answer, not a system error
+        error_msg("Control message failed", 0);
+        return false;
+    }
+    return true;
+}
+
+// Sends a request about the playlist being shown, for one of its elements.
+std::unique_ptr<server_msg> element_request(std::int64_t type, long album_no, long track_no)
+{
+    return request(master_sock, type, album_no, track_no, cur_plist);
+}
+
+// Re-reads the list being shown from the server, shows a pending message, and returns the key.
+int reread(int key, int mode, const char *pending)
+{
+    const auto reply = request(master_sock, PLIST_READ, 1, 0, cur_plist);
+    if (mode == k_browse_offline)
+        playlist_chain_local(reply.get());
+    else
+        playlist_chain(reply.get());
+    if (pending != nullptr)
+        popup(pending, 1);
+    return key;
+}
+
+// Asks for a name to keep the current playlist under; the prompt's result (-3 on Esc).
+int ask_keep_name(char (&name)[k_plist_name_len + 1])
+{
+    name[0] = '\0';
+    return prompt(12, 10, k_save_as, name, k_plist_name_len, 0);
+}
+
+// Key c: clears (after keeping it under a name when one is typed) or replaces the current playlist.
+int clear_current()
+{
+    clear();
+    frame(stdscr);
+    put_text(stdscr, 8, 10, "Currently active playlist will be cleared/replaced");
+    char name[k_plist_name_len + 1];
+    // Esc here leaves the whole console, deliberately: the operator meant to abandon it.
+    if (ask_keep_name(name) == k_escape)
+        return k_stay;
+    if (name[0] != '\0')
+        request(master_sock, PLIST_KEEP, 1, 0, name);
+    request(master_sock, PLIST_CLEAR, 1, 0, k_current_plist);
+    const auto reply = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
+    playlist_chain(reply.get());
+    return 1;
+}
+
+// Key A: appends the whole offline playlist to the current one.
+int append_offline()
+{
+    const int count = chain_length(offl_head);
+    if (count > k_plist_add_max) {
+        clear();
+        frame(stdscr);
+        char text[128];
+        std::snprintf(text, sizeof text, "%d tracks: a maximum of %d tracks may be added to the current playlist",
+                      count, k_plist_add_max);
+        put_text(stdscr, 8, 6, text);
+        refresh();
+        popup("continue:", 0);
+        return 1;
+    }
+    if (count == 0)
+        return 1;
+    char question[256];
+    std::snprintf(question, sizeof question, "Add playlist \"%s\" to the currently active one (%d tracks)?", cur_plist,
+                  count);
+    char reply[2] = {};
+    if (prompt(12, 4, question, reply, 1, 0) == 'y')
+        request(master_sock, PLIST_APPEND, 1, 0, cur_plist);
+    return 1;
+}
+
+// Key Ctrl-D in an offline playlist: deletes it; the view closes whatever the answer.
+int delete_offline()
+{
+    if (!is_current(cur_plist)) {
+        char question[256];
+        std::snprintf(question, sizeof question, "Are you sure you wish to delete playlist \"%s\"?", cur_plist);
+        char reply[2] = {};
+        if (prompt(12, 10, question, reply, 1, 0) == 'y')
+            request(master_sock, DELETE, 1, 0, cur_plist);
+    }
+    return k_break;
+}
+
+// Key r: shuffles the playlist being shown and rebuilds it from the reply.
+int shuffle()
+{
+    char reply[2] = {};
+    if (prompt(12, 10, "Are you sure you wish to shuffle this playlist?", reply, 1, 0) != 'y')
+        return 0;
+    const auto answer = request(master_sock, PLIST_SHUFFLE, 1, 0, cur_plist);
+    if (answer->album != k_refused) {
+        if (is_current(cur_plist))
+            playlist_chain(answer.get());
+        else
+            playlist_chain_local(answer.get());
+    }
+    return 1;
+}
+
+// Key h: the server's recent history.
+int recent_plays()
+{
+    browse_history("history.hst", "Playlist History", true);
+    return 1;
+}
+
+// The playlist chooser of the Playlist and Play-Mixed modes, then the mode
+// itself: 0 when it went ahead, else what `playlist` returns without the console.
+int choose_selection(int wanted, bool &opened)
+{
+    opened = false;
+    std::vector<menu_item> rows;
+    compile_playlist_menu(rows, set_plist, nullptr);
+    rows.push_back({.label = "", .handler = dumb_func, .argument = nullptr, .code = 0});
+    rows.push_back({.label = "Quit", .handler = quit_func, .argument = nullptr, .code = 0});
+    rows.push_back({.label = "", .handler = null_func, .argument = nullptr, .code = 0});
+    const int chosen = menu_func(rows.data(), 0, "Choose Playlist to use for selection", "");
+    release_menu_labels(rows);
+    if (chosen != k_leave)
+        return 0;
+    const auto selection = request(master_sock, GET_PLIST, 1, 0, cur_plist);
+    const auto reply = request(master_sock, SET_PLIST, wanted, 1, selection->text);
+    if (reply->album == 0) {
+        popup(reply->track == 1 ? "Playlist change not allowed - Console logged in" : "Problem opening playlist", 2);
+        return k_stay;
+    }
+    play_mode = wanted;
+    opened = true;
+    return 0;
+}
+
+}   // namespace
+
+int playlist_chain(const server_msg *msg)
+{
+    retire_chain(plist_head);
+    plist_head = nullptr;
+    return build_plist(&plist_head, msg);
+}
+
+int playlist_chain_local(const server_msg *msg)
+{
+    retire_chain(offl_head);
+    offl_head = nullptr;
+    const int count = build_plist(&offl_head, msg);
+    refresh();
+    return count;
+}
+
+void restore_playlist()
+{
+    copy_bounded(cur_plist, k_current_plist);
+    const auto reply = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
+    playlist_chain(reply.get());
+}
+
+int set_plist(const void *, int, const char *label)
+{
+    const auto reply = request(master_sock, SET_PLIST, 0, 0, label != nullptr ? label : "");
+    if (reply->album == 0)
+        popup("Playlist change not permitted", -2);
+    return k_break;
+}
+
+int playlist(const void *, int code, const char *)
+{
+    // No list screen is open when a playing mode is entered: lists replaced earlier can go.
+    release_retired_chains();
+    free_chain(plist_head);
+    plist_head = nullptr;
+    copy_bounded(cur_plist, k_current_plist);
+    const int wanted = std::max(mode_of_code(code), 0);
+    play_mode = wanted;
+
+    if (wanted == 1) {
+        if (chkpass() != 0)
+            return k_stay;
+        const auto reply = request(master_sock, CONSOLE, 1, 0, cur_plist);
+        if (reply->album == 0) {
+            popup("Console already in use", -2);
+            play_mode = 0;
+        }
+    }
+    if (play_mode != 0) {
+        const auto reply = request(master_sock, GET_MODE, 1, 0, cur_plist);
+        const int server_mode = known_mode(static_cast<long>(reply->album));
+        play_mode = server_mode;
+        if (wanted == 5 || wanted == 6) {
+            bool opened = false;
+            const int result = choose_selection(wanted, opened);
+            if (!opened)
+                return result;
+        } else if (wanted != server_mode) {
+            // Once the server has taken the new mode, that is the mode as last learned.
+            const auto changed = request(master_sock, 0xB0 + wanted, 1, 0, cur_plist);
+            if (changed->album != k_refused)
+                play_mode = wanted;
+        }
+    }
+    if (play_mode != 0 && local_server == 1 && cd_srv_sock != master_sock)
+        request(cd_srv_sock, 0xB0 + wanted, 1, 0, cur_plist);
+
+    const auto current = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
+    const int count = playlist_chain(current.get());
+
+    password = 0;
+    if (play_mode == 0) {
+        const auto reply = request(master_sock, GET_MODE, 1, 0, cur_plist);
+        play_mode = known_mode(static_cast<long>(reply->album));
+    }
+    const auto selection = request(master_sock, GET_PLIST, 1, 0, cur_plist);
+    copy_bounded(selection_playlist, selection->text);
+
+    char saved_heading[sizeof heading];
+    copy_bounded(saved_heading, heading);
+    format_console_heading(heading, sizeof heading, play_mode, selection_playlist);
+    copy_bounded(footer, k_console_footer);
+    browser(&plist_head, count, 0, playlist_svce, k_browse_console);
+    copy_bounded(heading, saved_heading);
+    release_retired_chains();
+    return 0;
+}
+
+int playlist_svce(chain_item *current, int key, int mode)
+{
+    // Everything needed from the element is taken now: a reply may replace the list it belongs to.
+    long album_no = k_refused;
+    long track_no = 0;
+    char artist[sizeof(track_rec::artist)] = "";
+    char title[sizeof(track_rec::title)] = "";
+    if (current != nullptr) {
+        album_no = current->album_no;
+        track_no = current->track_no;
+        if (current->track != nullptr) {
+            copy_bounded(artist, current->track->artist);
+            copy_bounded(title, current->track->title);
+        }
+    } else {
+        if (key == 'x' || key == 't' || key == 'u' || key == 'd')
+            return 0;
+        if (key == 'a' && mode == k_browse_console) {
+            display_album(nullptr, 0, nullptr);
+            return 1;
+        }
+    }
+
+    switch (key) {
+    case 'u':
+        element_request(PLIST_UP, album_no, track_no);
+        return reread(key, mode, nullptr);
+    case 'd':
+        element_request(PLIST_DOWN, album_no, track_no);
+        return reread(key, mode, nullptr);
+    case 't':
+        element_request(PLIST_NEXT, album_no, track_no);
+        return reread(key, mode, nullptr);
+    case 'x': {
+        const auto reply = element_request(PLIST_DELETE, album_no, track_no);
+        char deleted[256];
+        std::snprintf(deleted, sizeof deleted, "%s - %s:  Deleted From Playlist %s", artist, title, cur_plist);
+        return reread(key, mode, reply->album != k_refused ? deleted : nullptr);
+    }
+    case 's':
+    case 'z':
+        while (search(nullptr, key == 'z' ? 1 : 0) != k_escape) {
+        }
+        return 1;
+    case 'a':
+        if (mode == k_browse_offline) {
+            if (current != nullptr)
+                plist_add_local_svce(static_cast<int>(album_no), static_cast<int>(track_no), k_current_plist);
+            return 0;
+        }
+        display_album(nullptr, 0, nullptr);
+        return 1;
+    case 'A':
+        if (mode == k_browse_offline)
+            return append_offline();
+        break;
+    case 'c':
+        return clear_current();
+    case 'k': {
+        char name[k_plist_name_len + 1];
+        if (ask_keep_name(name) != k_escape && name[0] != '\0') {
+            request(master_sock, PLIST_KEEP, 1, 0, name);
+            return 1;
+        }
+        return 0;
+    }
+    case 'h':
+        return recent_plays();
+    case 'p':
+        if (mode == k_browse_offline)
+            break;
+        display_playlists(nullptr);
+        restore_playlist();
+        return 1;
+    case 'r':
+        return shuffle();
+    case k_key_ctrl_d:
+        if (mode == k_browse_offline)
+            return delete_offline();
+        return search_svce(current, key, mode);
+    case k_key_ctrl_k:
+        controls(key);
+        return reread(key, mode, nullptr);
+    case k_key_ctrl_e:
+    case k_key_ctrl_f:
+    case k_key_ctrl_g:
+    case k_key_ctrl_p:
+    case KEY_F(5):
+        return controls(key) == 1 ? 1 : 0;
+    default:
+        break;
+    }
+    if (controls(key) == 1)
+        return 1;
+    return search_svce(current, key, mode);
+}
+
+int controls(int key)
+{
+    switch (key) {
+    case k_key_ctrl_e:
+        if (!confirm_control("Are you sure you want to stop the Auto-DJ?"))
+            return 0;
+        if (chkpass() != 0)
+            return k_stay;
+        if (!control_request(STOP))
+            return k_stay;
+        popup("Auto-DJ will stop at the end of the current track", 2);
+        return 1;
+    case k_key_ctrl_f:
+        if (!confirm_control("Are you sure you want to skip the current track?"))
+            return 0;
+        if (!control_request(SKIP))
+            return k_stay;
+        // The fade that follows a skip lasts eight seconds.
+        then = std::time(nullptr);
+        playtime = 8;
+        paused = 0;
+        return 1;
+    case k_key_ctrl_g:
+        return control_request(GO) ? 1 : k_stay;
+    case k_key_ctrl_k:
+        if (cd_present && retrieve_album != k_no_album) {
+            if (!confirm_control("Are you sure you want to cancel the current retrieve?"))
+                return 0;
+            put_text(stdscr, 12, 30, "Please Wait....");
+            refresh();
+            if (!control_request(CANCEL))
+                return k_stay;
+            retrieve_album = k_no_album;
+            return 0;
+        }
+        popup("There are no outstanding retrieves", 1);
+        return 0;
+    case k_key_ctrl_p:
+        paused = !paused;
+        return control_request(PAUSE) ? 1 : k_stay;
+    case KEY_F(5):
+        clear();
+        frame(stdscr);
+        if (!control_request(REFRESH))
+            return k_stay;
+        read_database();
+        return 1;
+    default:
+        return 0;
+    }
+}
