@@ -221,7 +221,8 @@ int playlist_chain_local(const server_msg *msg)
     retire_chain(offl_head);
     offl_head = nullptr;
     const int count = build_plist(&offl_head, msg);
-    refresh();
+    if (gui)
+        refresh();   // the command line adds tracks too, without a screen
     return count;
 }
 
