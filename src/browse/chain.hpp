@@ -3,7 +3,10 @@
 
 #include "proto/album_text.hpp"
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 // One element of a browser list.
 struct chain_item {
@@ -27,6 +30,9 @@ inline constexpr int k_order_append = 9;
 inline constexpr int k_order_history_time = 10;
 inline constexpr int k_order_reverse = 16;
 
+// Two recordings whose lengths differ by at most this many seconds may be the same song.
+inline constexpr int k_like_seconds = 29;
+
 // Inserts album/track into the list in `order`: 1 inserted, 0 folded into a
 // like track (keep_duplicates 0), -1 out of memory ("Malloc failed").
 int link_track(chain_item **head, int order, int album_no, int track_no, std::int64_t key, int keep_duplicates);
@@ -40,3 +46,59 @@ void free_chain(chain_item *first);
 
 // 1 when wanted occurs in text (case-insensitively when case_flag is 0); an empty wanted text never matches.
 int contains(const char *text, const char *wanted, int case_flag);
+
+// One track (or album, track 0) to be placed in a list built in one go.
+struct chain_entry {
+    std::int32_t album_no;
+    std::int32_t track_no;
+    std::int64_t key;   // 0: the record's CD-ID or time played
+};
+
+// One history entry to be placed in a list built in one go; the texts are copied.
+struct history_entry {
+    std::int32_t album_no;
+    std::int32_t track_no;
+    std::int64_t key;   // the time the track was played
+    const char *artist;
+    const char *title;
+    const char *length;
+};
+
+// Builds a whole list in `order` from entries given in arrival order. The
+// result is exactly what linking them one by one with link_track would give
+// (order, ties, folding and duplicate marks), in O(n log n). A list that is
+// not empty is extended with link_track, entry by entry. Returns the number of
+// elements added, or -1 ("Malloc failed"; nothing is added then).
+int build_chain(chain_item **head, int order, std::span<const chain_entry> entries, int keep_duplicates);
+
+// The same for history entries, as link_history would place them.
+int build_history_chain(chain_item **head, int order, std::span<const history_entry> entries);
+
+// Releases a history list built by this program's own copies, text blocks included.
+void free_history_chain(chain_item *first);
+
+// Called when a list element cannot be allocated; the client shows "Malloc failed".
+extern void (*chain_alloc_failed)();
+
+// The record an element stands for in the album table, or null when its numbers lie outside the table.
+track_rec *table_record(int album_no, int track_no);
+
+// A fixed text field as a view that never runs past the field.
+template <std::size_t N>
+std::string_view field_view(const char (&field)[N])
+{
+    std::size_t n = 0;
+    while (n < N && field[n] != '\0')
+        ++n;
+    return {field, n};
+}
+
+// Seconds of a length text read the way "%d:%d" reads it; missing parts count as 0.
+long long length_seconds(std::string_view text);
+
+// Compares two artists the way the artist and title orders do: case-blind, a
+// leading "the " (any case) dropped from both.
+int compare_artists(std::string_view a, std::string_view b);
+
+// Compares two texts case-blind.
+int compare_folded(std::string_view a, std::string_view b);
