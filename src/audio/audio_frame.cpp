@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -91,4 +92,16 @@ audio_step audio_took(audio_assembly &a, std::size_t n, char *payload)
         return audio_step::more;
     payload[a.h.length] = '\0';
     return audio_step::complete;
+}
+
+std::size_t join_frames(frame_carry &carry, const char *payload, std::size_t length, char *out)
+{
+    std::memcpy(out, carry.bytes, carry.count);
+    if (length > 0)
+        std::memcpy(out + carry.count, payload, length);
+    const std::size_t total = carry.count + length;
+    const std::size_t whole = total - total % k_audio_frame_bytes;
+    carry.count = total - whole;
+    std::memcpy(carry.bytes, out + whole, carry.count);
+    return whole;
 }

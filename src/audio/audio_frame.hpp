@@ -66,3 +66,17 @@ char *audio_dest(audio_assembly &a, char *payload);
 // Accounts for n bytes that arrived at audio_dest (n no more than audio_want).
 // On completion the payload is NUL-terminated.
 audio_step audio_took(audio_assembly &a, std::size_t n, char *payload);
+
+inline constexpr std::size_t k_audio_frame_bytes = 4;   // one stereo frame of 16-bit samples
+
+// The bytes of a partial frame left over from one block, kept for the next:
+// the sound server takes whole frames only.
+struct frame_carry {
+    char bytes[k_audio_frame_bytes] = {};   // the leftover bytes
+    std::size_t count = 0;                  // how many (0..3)
+};
+
+// Puts the carried bytes and then the payload into out (which holds
+// k_audio_frame_bytes + length bytes); returns how many bytes at the front of
+// out are whole frames, and carries the rest over to the next block.
+std::size_t join_frames(frame_carry &carry, const char *payload, std::size_t length, char *out);

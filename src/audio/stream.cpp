@@ -83,10 +83,14 @@ void play_block(const server_msg &m)
             stream_exit(1);
         }
     }
-    // An empty block is an empty write; the sound server would refuse a zero length, so nothing is sent.
-    if (m.length == 0)
+    // The sound server takes whole frames only, and refuses an empty write: a
+    // partial frame waits for the next block, and an empty block writes nothing.
+    static frame_carry carry;
+    static char whole[k_audio_frame_bytes + k_audio_payload_max];
+    const std::size_t n = join_frames(carry, m.text, m.length, whole);
+    if (n == 0)
         return;
-    if (pa_simple_write(playback, m.text, m.length, &error) < 0) {
+    if (pa_simple_write(playback, whole, n, &error) < 0) {
         zerkalog("Cannot write audio : %d (%s)", error, pa_strerror(error));
         stream_exit(1);
     }

@@ -157,3 +157,30 @@ TEST(AudioFrame, NeverAsksForMoreThanTheCurrentPart)
 }
 
 }   // namespace
+
+namespace {
+
+TEST(AudioFrame, OnlyWholeFramesAreWritten)
+{
+    frame_carry carry;
+    char out[k_audio_frame_bytes + 16];
+    EXPECT_EQ(join_frames(carry, "abcdefgh", 8, out), 8U);
+    EXPECT_EQ(std::string(out, 8), "abcdefgh");
+    EXPECT_EQ(carry.count, 0U);
+
+    EXPECT_EQ(join_frames(carry, "ABCDEF", 6, out), 4U);
+    EXPECT_EQ(std::string(out, 4), "ABCD");
+    EXPECT_EQ(carry.count, 2U);
+
+    EXPECT_EQ(join_frames(carry, "", 0, out), 0U);
+    EXPECT_EQ(carry.count, 2U) << "an empty block keeps what was carried";
+
+    EXPECT_EQ(join_frames(carry, "G", 1, out), 0U);
+    EXPECT_EQ(carry.count, 3U);
+
+    EXPECT_EQ(join_frames(carry, "HIJKL", 5, out), 8U);
+    EXPECT_EQ(std::string(out, 8), "EFGHIJKL");
+    EXPECT_EQ(carry.count, 0U);
+}
+
+}   // namespace
