@@ -131,6 +131,7 @@ class Recorder:
             env=pulse.client_env(), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.data = bytearray()
         self.first_sound = None         # (monotonic time, byte offset) of the first non-zero sample
+        self.stamps = []                # (bytes recorded so far, monotonic time) after each chunk
         self.lock = threading.Lock()
         self.cond = threading.Condition(self.lock)
         self.thread = threading.Thread(target=self._read, daemon=True)
@@ -150,6 +151,7 @@ class Recorder:
                     first = next(i for i, b in enumerate(chunk) if b)
                     self.first_sound = (now, len(self.data) + first - first % FRAME)
                 self.data += chunk
+                self.stamps.append((len(self.data), now))
                 self.cond.notify_all()
         with self.cond:
             self.cond.notify_all()
@@ -179,6 +181,14 @@ class Recorder:
                 if left <= 0:
                     raise AssertionError("sound not recorded in %ss (%d bytes recorded)" % (timeout, len(self.data)))
                 self.cond.wait(min(left, 0.2))
+
+    def arrival(self, offset):
+        """When the recorded byte at offset reached this process (monotonic seconds)."""
+        with self.cond:
+            for end, when in self.stamps:
+                if end > offset:
+                    return when
+        raise AssertionError("byte %d not recorded yet" % offset)
 
     def snapshot(self):
         with self.cond:
