@@ -51,7 +51,7 @@ bool is_current(const char *name) { return std::strcmp(name, k_current_plist) ==
 int build_plist(chain_item **head, const server_msg *msg)
 {
     int count = 0;
-    for (const plist_entry &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
+    for (const plist_pair &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
         if (link_track(head, k_order_append, e.album, e.track, 0, 1) > 0)
             ++count;
     return count;

@@ -137,7 +137,7 @@ int playlist_select(const void *, int code, const char *label)
     retire_chain(offl_head);
     offl_head = nullptr;
     int count = 0;
-    for (const plist_entry &e : plist_records(reply->text, std::min<std::size_t>(reply->length, k_text_max)))
+    for (const plist_pair &e : plist_records(reply->text, std::min<std::size_t>(reply->length, k_text_max)))
         if (link_track(&offl_head, k_order_append, e.album, e.track, 0, 1) > 0)
             ++count;
     if (code == 3) {

@@ -1,5 +1,6 @@
 // The playlist transfer text as the console reads it from a reply.
 #include "playlist/plist_text.hpp"
+#include "proto/transfer_text.hpp"
 #include "proto/wire.hpp"
 
 #include <gtest/gtest.h>
@@ -10,10 +11,10 @@
 
 namespace {
 
-std::string pairs_of(const std::vector<plist_entry> &v)
+std::string pairs_of(const std::vector<plist_pair> &v)
 {
     std::string out;
-    for (const plist_entry &e : v)
+    for (const plist_pair &e : v)
         out += std::to_string(e.album) + "/" + std::to_string(e.track) + " ";
     return out;
 }
