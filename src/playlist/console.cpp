@@ -50,11 +50,10 @@ bool is_current(const char *name) { return std::strcmp(name, k_current_plist) ==
 // Builds a list from a playlist transfer text in the server's order; returns the count.
 int build_plist(chain_item **head, const server_msg *msg)
 {
-    int count = 0;
+    std::vector<chain_entry> entries;
     for (const plist_pair &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
-        if (link_track(head, k_order_append, e.album, e.track, 0, 1) > 0)
-            ++count;
-    return count;
+        entries.push_back({.album_no = e.album, .track_no = e.track, .key = 0});
+    return std::max(build_chain(head, k_order_append, entries, 1), 0);
 }
 
 // Asks a yes/no question of the play controls.

@@ -68,7 +68,7 @@ int browse_history(const char *file_text, const char *title, bool console)
         errno = 0;
         popup("No History Available", 1);
     }
-    free_chain(head);
+    free_history_chain(head);
     return count;
 }
 

@@ -134,12 +134,7 @@ int playlist_select(const void *, int code, const char *label)
         return k_escape;
     }
     // The list shown before is put aside, not released: a screen further out may still hold it.
-    retire_chain(offl_head);
-    offl_head = nullptr;
-    int count = 0;
-    for (const plist_pair &e : plist_records(reply->text, std::min<std::size_t>(reply->length, k_text_max)))
-        if (link_track(&offl_head, k_order_append, e.album, e.track, 0, 1) > 0)
-            ++count;
+    const int count = playlist_chain_local(reply.get());
     if (code == 3) {
         char name[sizeof cur_plist];
         copy_bounded(name, cur_plist);
