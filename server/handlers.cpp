@@ -1,0 +1,671 @@
+#include "server/handlers.hpp"
+
+#include "proto/msg_types.hpp"
+#include "proto/text_util.hpp"
+#include "server/log.hpp"
+#include "server/notices.hpp"
+#include "server/player.hpp"
+#include "server/playlists.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ranges>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::int64_t k_history_walk_expiry_ms = 30'000;   // an abandoned HISTORY walk starts afresh
+constexpr std::int64_t k_history_dir_album = 58;            // DIRLIST album/track naming the history folder
+constexpr std::int64_t k_history_dir_track = 1;
+
+// Reasons a SET_PLIST is refused, in its track field.
+constexpr std::int64_t k_plist_console_held = 1;
+constexpr std::int64_t k_plist_unknown = 2;
+constexpr std::int64_t k_plist_problem = 3;
+
+// WRITE_CD result of a server without a drive: "CD drive is in use".
+constexpr std::int64_t k_write_cd_no_drive = 1;
+
+int album_of(const request &r) { return static_cast<int>(r.album); }
+int track_of(const request &r) { return static_cast<int>(r.track); }
+
+// The album field of a success reply: the request's own, unless that would read as a failure.
+std::int64_t ok_album(const request &r) { return r.album != 0 && r.album != k_refused ? r.album : 1; }
+
+// The playlist a request names; an empty text names the current playlist.
+std::string_view plist_name(const request &r) { return r.text.empty() ? k_current_plist : r.text; }
+
+std::string path_of(const request_ctx &c, std::string_view name) { return plist_path(c.st.paths.playlists, name); }
+
+// The playlist file line of a track.
+std::string track_line(const server_state &st, int album, int track)
+{
+    const track_rec *t = store_entry(st.store, album, track);
+    char line[256];
+    format_plist_line(line, sizeof line, t->cd_ident, album, track, t->artist, t->title, t->time);
+    return line;
+}
+
+// Loads a playlist to change it. Refused for a bad name, or a named playlist
+// that does not exist unless `create`; the current playlist always exists.
+bool load_for_change(const request_ctx &c, std::string_view name, bool create, playlist &p)
+{
+    if (!plist_name_ok(name))
+        return false;
+    return plist_load(path_of(c, name), p) || create || name == k_current_plist;
+}
+
+// Saves a changed playlist and tells the other clients; false when it cannot be written.
+bool save_and_announce(request_ctx &c, std::string_view name, const playlist &p)
+{
+    if (!plist_save(path_of(c, name), p)) {
+        slog("Cannot write playlist %s - %s", path_of(c, name).c_str(), std::strerror(errno));
+        return false;
+    }
+    post_plist_update(c.st, c.out, name, target::others);
+    if (name == k_current_plist)
+        player_kick(c.st, c.now_ns, c.out);
+    return true;
+}
+
+// Applies a change to the playlist a request names and replies: the album on
+// success, 0xFFFF when the playlist or the entry is not there.
+template <typename Op>
+void change_playlist(request_ctx &c, Op &&op)
+{
+    const std::string_view name = plist_name(c.req);
+    playlist p;
+    if (!load_for_change(c, name, false, p) || !op(p) || !save_and_announce(c, name, p)) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, ok_album(c.req));
+}
+
+// Sets the playing mode; others hear of a change.
+void set_mode(request_ctx &c, int mode)
+{
+    player_state &p = c.st.player;
+    if (p.mode == mode)
+        return;
+    p.mode = mode;
+    p.memory.alternate = false;
+    if (mode != k_mode_console)
+        store_set_setting(c.st.store, "mode", std::to_string(mode));
+    slog("Playing mode %s (connection %d)", k_mode_names[mode].data(), c.self.id);
+    post_change_mode(c.st, c.out, target::others);
+}
+
+// Whether another connection holds the console.
+bool console_held_by_other(const request_ctx &c)
+{
+    return c.st.console_holder != -1 && c.st.console_holder != c.self.id;
+}
+
+// ---- greeting, clock, administration -------------------------------------------------
+
+void h_client_open(request_ctx &c)
+{
+    // The greeting's reply is matched by its type; its sequence sets the client's counter.
+    post(c.out, target::requester, make_frame(CLIENT_OPEN, k_greeting_sequence, c.req.album, 0, {}));
+}
+
+void h_gettime(request_ctx &c)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%lx", static_cast<unsigned long>(wall_now(c.st)));
+    reply(c, ok_album(c.req), 0, text);
+}
+
+void h_refuse_power(request_ctx &c)
+{
+    slog("Refused %s from connection %d: this server never powers a machine off",
+         c.req.type == REBOOT ? "REBOOT" : "SHUTDOWN", c.self.id);
+    reply(c, 0);
+}
+
+void h_stop_service(request_ctx &c)
+{
+    slog("Service stop requested by connection %d", c.self.id);
+    reply(c, 1);
+    post(c.out, target::others, make_frame(SERVER_DOWN, k_notice_sequence, 1, 0, {}));
+    c.st.stop_requested = true;
+}
+
+// ---- albums --------------------------------------------------------------------------
+
+void h_album_read(request_ctx &c)
+{
+    const int n = album_of(c.req);
+    const std::int64_t answer = store_read_answer(c.st.store, n);
+    const stored_album *a = answer == n ? store_get(c.st.store, n) : nullptr;
+    reply(c, answer, 0, a != nullptr ? std::string_view(a->text) : std::string_view{});
+}
+
+void h_album_write(request_ctx &c)
+{
+    const int n = album_of(c.req);
+    if (!store_write_text(c.st.store, n, c.req.text)) {
+        slog("Album %04d not written (connection %d)", n, c.self.id);
+        reply(c, k_refused);
+        return;
+    }
+    std::erase(c.self.allocated, n);
+    reply(c, n);
+    post_album_written(c.st, c.out, n, target::others);
+}
+
+void h_album_delete(request_ctx &c)
+{
+    // The requester does not wait for an answer, so it gets none: a reply would
+    // be taken for the answer to its next request. Everyone hears of the deletion.
+    const int n = album_of(c.req);
+    if (!store_delete(c.st.store, n)) {
+        slog("Album %04d not deleted: no such album (connection %d)", n, c.self.id);
+        return;
+    }
+    slog("Album %04d deleted (connection %d)", n, c.self.id);
+    player_drop(c.st, n, 0);
+    post(c.out, target::all, make_frame(ALBUM_DELETED, k_notice_sequence, n, 0, {}));
+}
+
+void h_album_number(request_ctx &c)
+{
+    const int n = store_allocate(c.st.store, c.req.type == ALBUM_TEMP);
+    if (n != 0)
+        c.self.allocated.push_back(n);
+    reply(c, n);
+}
+
+void h_refresh(request_ctx &c)
+{
+    const std::vector<int> changed = store_check_media(c.st.store, c.st.paths.media);
+    reply(c, ok_album(c.req));
+    for (int n : changed)
+        post_album_written(c.st, c.out, n, target::others);
+}
+
+void h_reset(request_ctx &c)
+{
+    const std::vector<int> changed = store_reset_plays(c.st.store);
+    slog("Play counts reset: %zu albums (connection %d)", changed.size(), c.self.id);
+    reply(c, ok_album(c.req));
+    for (int n : changed)
+        post_album_written(c.st, c.out, n, target::all);
+}
+
+void h_mark(request_ctx &c)
+{
+    const int a = album_of(c.req);
+    const int t = track_of(c.req);
+    const change_result r = store_mark(c.st.store, a, t, c.req.type);
+    if (r == change_result::refused) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, a);
+    if (r == change_result::changed)
+        post_album_written(c.st, c.out, a, target::all);
+    if (c.req.type == OFFLINE) {
+        const auto &cur = c.st.player.current;
+        const bool playing = cur && cur->album == a && (t == 0 || cur->track == t) && cur->fade_from < 0;
+        player_drop(c.st, a, t);
+        if (playing)
+            post(c.out, target::others, make_frame(SKIP, k_notice_sequence, 1, 0, {}));
+    }
+}
+
+void h_edit_text(request_ctx &c)
+{
+    const std::size_t tilde = c.req.text.find('~');
+    if (tilde == std::string_view::npos) {
+        reply(c, k_refused);
+        return;
+    }
+    const change_result r = store_replace(c.st.store, album_of(c.req), track_of(c.req), c.req.type == EDIT_TITLE,
+                                          c.req.text.substr(0, tilde), c.req.text.substr(tilde + 1));
+    if (r == change_result::refused) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, ok_album(c.req));
+    if (r == change_result::changed)
+        post_album_written(c.st, c.out, album_of(c.req), target::all);
+}
+
+// ---- history and folders ---------------------------------------------------------------
+
+void h_history(request_ctx &c)
+{
+    history_walk &w = c.self.walk;
+    const std::int64_t now_ms = c.now_ns / 1'000'000;
+    if (w.key.empty() || w.key != c.req.text || now_ms - w.last_ms > k_history_walk_expiry_ms) {
+        w.key = std::string(c.req.text);
+        w.lines = history_lines_for(c.st.paths.history, c.req.text);
+        w.next = 0;
+    }
+    w.last_ms = now_ms;
+    if (w.next >= w.lines.size()) {
+        w = history_walk{};
+        reply(c, 0);
+        return;
+    }
+    const std::string &line = w.lines[w.next++];
+    reply(c, 1, static_cast<std::int64_t>(std::min<std::size_t>(w.next, 0xFFFF)),
+          std::string_view(line).substr(0, k_text_max));
+}
+
+void h_dirlist(request_ctx &c)
+{
+    const std::size_t slash = c.req.text.rfind('/');
+    const std::string_view name = slash == std::string_view::npos ? c.req.text : c.req.text.substr(slash + 1);
+    if ((c.req.album == k_history_dir_album && c.req.track == k_history_dir_track) || name == "History")
+        reply(c, c.req.album, c.req.track, dir_listing(c.st.paths.history));
+    else if (name == "PlayLists")
+        reply(c, c.req.album, c.req.track, dir_listing(c.st.paths.playlists));
+    else
+        reply(c, k_refused);
+}
+
+// ---- playlists ---------------------------------------------------------------------------
+
+void h_plist_get(request_ctx &c)
+{
+    const std::string_view name = plist_name(c.req);
+    playlist p;
+    if (!plist_name_ok(name) || (!plist_load(path_of(c, name), p) && name != k_current_plist)) {
+        reply(c, 0);
+        return;
+    }
+    if (name == k_current_plist)
+        c.self.viewing.clear();
+    reply(c, ok_album(c.req), 0, plist_transfer_text(p));
+}
+
+void h_plist_read(request_ctx &c)
+{
+    const std::string_view name = plist_name(c.req);
+    const bool create = c.req.track == 2 || c.req.track == 3;
+    playlist p;
+    if (!plist_name_ok(name)) {
+        reply(c, 0);
+        return;
+    }
+    if (!plist_load(path_of(c, name), p) && name != k_current_plist) {
+        if (!create || !plist_save(path_of(c, name), p)) {
+            reply(c, 0);
+            return;
+        }
+        slog("Playlist %.*s created (connection %d)", static_cast<int>(name.size()), name.data(), c.self.id);
+    }
+    c.self.viewing = name == k_current_plist ? std::string{} : std::string(name);
+    reply(c, ok_album(c.req), 0, plist_transfer_text(p));
+}
+
+void h_plist_add(request_ctx &c)
+{
+    const int a = album_of(c.req);
+    const int t = track_of(c.req);
+    const std::string_view name = plist_name(c.req);
+    playlist p;
+    if (t < 1 || store_entry(c.st.store, a, t) == nullptr || !load_for_change(c, name, true, p) ||
+        !plist_append(p, a, t, track_line(c.st, a, t)) || !save_and_announce(c, name, p)) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, a);
+}
+
+void h_plist_delete(request_ctx &c)
+{
+    change_playlist(c, [&](playlist &p) { return plist_erase(p, album_of(c.req), track_of(c.req)); });
+}
+
+void h_plist_up(request_ctx &c)
+{
+    change_playlist(c, [&](playlist &p) { return plist_move_up(p, album_of(c.req), track_of(c.req)); });
+}
+
+void h_plist_down(request_ctx &c)
+{
+    change_playlist(c, [&](playlist &p) { return plist_move_down(p, album_of(c.req), track_of(c.req)); });
+}
+
+void h_plist_next(request_ctx &c)
+{
+    change_playlist(c, [&](playlist &p) { return plist_move_top(p, album_of(c.req), track_of(c.req)); });
+}
+
+void h_plist_shuffle(request_ctx &c)
+{
+    const std::string_view name = plist_name(c.req);
+    playlist p;
+    if (!load_for_change(c, name, false, p)) {
+        reply(c, k_refused);
+        return;
+    }
+    plist_shuffle(p, c.st.rng);
+    if (!save_and_announce(c, name, p)) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, ok_album(c.req), 0, plist_transfer_text(p));
+}
+
+void h_plist_keep(request_ctx &c)
+{
+    const std::string_view name = c.req.text;
+    playlist p;
+    if (!plist_name_ok(name) || name == k_current_plist) {
+        reply(c, k_refused);
+        return;
+    }
+    plist_load(path_of(c, k_current_plist), p);
+    if (!save_and_announce(c, name, p)) {
+        reply(c, k_refused);
+        return;
+    }
+    slog("Current playlist kept as %.*s (connection %d)", static_cast<int>(name.size()), name.data(), c.self.id);
+    reply(c, ok_album(c.req));
+}
+
+void h_plist_clear(request_ctx &c)
+{
+    change_playlist(c, [](playlist &p) {
+        p.items.clear();
+        return true;
+    });
+}
+
+void h_plist_append(request_ctx &c)
+{
+    const std::string_view name = c.req.text;
+    playlist from;
+    playlist queue;
+    if (!plist_name_ok(name) || name == k_current_plist || !plist_load(path_of(c, name), from)) {
+        reply(c, k_refused);
+        return;
+    }
+    plist_load(path_of(c, k_current_plist), queue);
+    for (plist_item &i : from.items)
+        plist_append(queue, i.album, i.track, std::move(i.line));
+    if (!save_and_announce(c, k_current_plist, queue)) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, ok_album(c.req));
+}
+
+void h_delete(request_ctx &c)
+{
+    const std::string_view name = c.req.text;
+    if (!plist_name_ok(name) || name == k_current_plist || ::unlink(path_of(c, name).c_str()) != 0) {
+        reply(c, k_refused);
+        return;
+    }
+    slog("Playlist %.*s deleted (connection %d)", static_cast<int>(name.size()), name.data(), c.self.id);
+    reply(c, ok_album(c.req));
+}
+
+void h_plist_update(request_ctx &c)
+{
+    const std::string_view name = plist_name(c.req);
+    if (!plist_name_ok(name)) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, ok_album(c.req), 0, plist_file_transfer_text(c.st, name));
+    post_plist_update(c.st, c.out, name, target::others);
+}
+
+// ---- playing ------------------------------------------------------------------------------
+
+void h_mode(request_ctx &c)
+{
+    const int mode = static_cast<int>(c.req.type - MODE_UNDEFINED);
+    if (console_held_by_other(c)) {
+        reply(c, 0);
+        return;
+    }
+    if (mode == k_mode_console)
+        c.st.console_holder = c.self.id;
+    else if (c.st.console_holder == c.self.id)
+        c.st.console_holder = -1;
+    set_mode(c, mode);
+    reply(c, ok_album(c.req));
+}
+
+void h_get_mode(request_ctx &c) { reply(c, c.st.player.mode); }
+
+void h_set_plist(request_ctx &c)
+{
+    player_state &p = c.st.player;
+    const std::int64_t want = c.req.album;
+    if (console_held_by_other(c)) {
+        reply(c, 0, k_plist_console_held);
+        return;
+    }
+    if (want != 0 && want != k_mode_playlist && want != k_mode_playmixed) {
+        reply(c, 0, k_plist_problem);
+        return;
+    }
+    const std::string_view name = c.req.text;
+    const bool keep = name.empty() || name == "****";
+    struct stat sb {};
+    if (!keep && (!plist_name_ok(name) || name == k_current_plist || stat(path_of(c, name).c_str(), &sb) != 0)) {
+        reply(c, 0, k_plist_unknown);
+        return;
+    }
+    bool changed = false;
+    if (!keep && name != p.selection) {
+        p.selection = std::string(name);
+        p.memory.cursor = 0;
+        store_set_setting(c.st.store, "selection", p.selection);
+        changed = true;
+    }
+    if (want != 0 && p.mode != want) {
+        if (c.st.console_holder == c.self.id)
+            c.st.console_holder = -1;
+        p.mode = static_cast<int>(want);
+        p.memory.alternate = false;
+        store_set_setting(c.st.store, "mode", std::to_string(p.mode));
+        changed = true;
+    }
+    if (changed) {
+        slog("Playing mode %s selecting from \"%s\" (connection %d)", k_mode_names[p.mode].data(), p.selection.c_str(),
+             c.self.id);
+        if (p.mode == k_mode_playlist || p.mode == k_mode_playmixed)
+            post_change_mode(c.st, c.out, target::others);
+    }
+    reply(c, ok_album(c.req));
+}
+
+void h_get_plist(request_ctx &c) { reply(c, ok_album(c.req), 0, c.st.player.selection); }
+
+void h_go(request_ctx &c)
+{
+    slog("Auto-DJ started (connection %d)", c.self.id);
+    reply(c, ok_album(c.req));
+    player_go(c.st, c.now_ns, c.out);
+}
+
+void h_stop(request_ctx &c)
+{
+    slog("Auto-DJ stops at the end of the track (connection %d)", c.self.id);
+    player_stop(c.st);
+    reply(c, ok_album(c.req));
+}
+
+void h_pause(request_ctx &c)
+{
+    player_pause(c.st);
+    reply(c, ok_album(c.req));
+    post(c.out, target::others, make_frame(PAUSE, k_notice_sequence, 1, 0, {}));
+}
+
+void h_skip(request_ctx &c)
+{
+    if (!player_skip(c.st)) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, ok_album(c.req));
+    post(c.out, target::others, make_frame(SKIP, k_notice_sequence, 1, 0, {}));
+}
+
+void h_cancel(request_ctx &c)
+{
+    // No drive, so no retrieval is ever outstanding: there is nothing left to cancel.
+    reply(c, ok_album(c.req));
+}
+
+void h_audio(request_ctx &c)
+{
+    if (!c.self.audio)
+        slog("Audio stream to connection %d (%s)", c.self.id, c.self.peer.c_str());
+    c.self.audio = true;
+    reply(c, 0);
+}
+
+// ---- chains ---------------------------------------------------------------------------------
+
+void h_link_query(request_ctx &c)
+{
+    const std::vector<plist_entry> chain = store_chain(c.st.store, album_of(c.req), track_of(c.req));
+    if (chain.empty()) {
+        reply(c, 0);
+        return;
+    }
+    std::string text;
+    for (const plist_entry &e : chain) {
+        char line[32];
+        std::snprintf(line, sizeof line, "%04d %02d\n", e.album, e.track);
+        if (text.size() + std::strlen(line) > k_text_max)
+            break;
+        text += line;
+    }
+    reply(c, ok_album(c.req), c.req.track, text);
+}
+
+void h_link_track(request_ctx &c)
+{
+    char head[64];
+    copy_bounded(head, c.req.text);
+    int ha = 0;
+    int ht = 0;
+    if (std::sscanf(head, "%d %d", &ha, &ht) != 2 ||
+        !store_link(c.st.store, album_of(c.req), track_of(c.req), ha, ht)) {
+        reply(c, k_refused);
+        return;
+    }
+    reply(c, ok_album(c.req));
+}
+
+// ---- CD drive: this server has none ----------------------------------------------------------
+
+void h_ret_track(request_ctx &c) { reply(c, k_refused); }     // nothing can be retrieved
+void h_no_drive(request_ctx &c) { reply(c, 0); }              // RET_CHECK, CD_EJECT, CD WAITING: nothing there
+void h_write_cd(request_ctx &c) { reply(c, ok_album(c.req), k_write_cd_no_drive); }
+
+using handler_fn = void (*)(request_ctx &);
+
+struct handler_entry {
+    std::int64_t code;
+    handler_fn fn;
+};
+
+// To add a request: write its handler `h_name(request_ctx &)` above, then add a row here (sorted by code).
+constexpr handler_entry handlers[] = {
+    {.code = ALBUM_READ, .fn = h_album_read},
+    {.code = ALBUM_WRITE, .fn = h_album_write},
+    {.code = ALBUM_DELETE, .fn = h_album_delete},
+    {.code = ALBUM_TEMP, .fn = h_album_number},
+    {.code = ALBUM_NEW, .fn = h_album_number},
+    {.code = REFRESH, .fn = h_refresh},
+    {.code = EDIT_ARTIST, .fn = h_edit_text},
+    {.code = EDIT_TITLE, .fn = h_edit_text},
+    {.code = HISTORY, .fn = h_history},
+    {.code = DIRLIST, .fn = h_dirlist},
+    {.code = GETTIME, .fn = h_gettime},
+    {.code = RESET, .fn = h_reset},
+    {.code = DELETE, .fn = h_delete},
+    {.code = PLIST_ADD, .fn = h_plist_add},
+    {.code = PLIST_DELETE, .fn = h_plist_delete},
+    {.code = PLIST_ADD_LOCAL, .fn = h_plist_add},
+    {.code = PLIST_UP, .fn = h_plist_up},
+    {.code = PLIST_DOWN, .fn = h_plist_down},
+    {.code = PLIST_NEXT, .fn = h_plist_next},
+    {.code = PLIST_SHUFFLE, .fn = h_plist_shuffle},
+    {.code = PLIST_UPDATE, .fn = h_plist_update},
+    {.code = PLIST_APPEND, .fn = h_plist_append},
+    {.code = PLIST_KEEP, .fn = h_plist_keep},
+    {.code = PLIST_CLEAR, .fn = h_plist_clear},
+    {.code = PLIST_GET, .fn = h_plist_get},
+    {.code = PLIST_READ, .fn = h_plist_read},
+    {.code = GO, .fn = h_go},
+    {.code = PAUSE, .fn = h_pause},
+    {.code = SKIP, .fn = h_skip},
+    {.code = STOP, .fn = h_stop},
+    {.code = CANCEL, .fn = h_cancel},
+    {.code = RET_TRACK, .fn = h_ret_track},
+    {.code = UNPLAYABLE, .fn = h_mark},
+    {.code = OFFLINE, .fn = h_mark},
+    {.code = SHORTLIST, .fn = h_mark},
+    {.code = DONOTPLAY, .fn = h_mark},
+    {.code = NO_SELECT, .fn = h_mark},
+    {.code = LINK_TRACK, .fn = h_link_track},
+    {.code = LINK_QUERY, .fn = h_link_query},
+    {.code = CD_EJECT, .fn = h_no_drive},
+    {.code = RET_CHECK, .fn = h_no_drive},
+    {.code = AUDIO, .fn = h_audio},
+    {.code = WRITE_CD, .fn = h_write_cd},
+    {.code = CLIENT_OPEN, .fn = h_client_open},
+    {.code = REBOOT, .fn = h_refuse_power},
+    {.code = SHUTDOWN, .fn = h_refuse_power},
+    {.code = STOP_SERVICE, .fn = h_stop_service},
+    {.code = CONSOLE, .fn = h_mode},
+    {.code = JUKEBOX, .fn = h_mode},
+    {.code = RANDOM, .fn = h_mode},
+    {.code = MIXED, .fn = h_mode},
+    {.code = PLAYLST, .fn = h_mode},
+    {.code = PLAYMIXED, .fn = h_mode},
+    {.code = GET_MODE, .fn = h_get_mode},
+    {.code = SET_PLIST, .fn = h_set_plist},
+    {.code = GET_PLIST, .fn = h_get_plist},
+    {.code = CD_WAITING, .fn = h_no_drive},
+};
+static_assert(std::ranges::is_sorted(handlers, {}, &handler_entry::code));
+
+}   // namespace
+
+void reply(request_ctx &c, std::int64_t album, std::int64_t track, std::string_view text)
+{
+    post(c.out, target::requester, make_frame(c.req.type, c.req.sequence, album, track, text));
+}
+
+void handle_request(server_state &st, session &self, const request &req, std::int64_t now_ns, outbox &out)
+{
+    request_ctx c{.st = st, .self = self, .req = req, .now_ns = now_ns, .out = out};
+    const auto it = std::ranges::lower_bound(handlers, req.type, {}, &handler_entry::code);
+    if (it == std::end(handlers) || it->code != req.type) {
+        slog("Unknown request type 0x%02lx from connection %d refused", static_cast<long>(req.type), self.id);
+        reply(c, k_refused);
+        return;
+    }
+    it->fn(c);
+}
+
+void session_closed(server_state &st, session &self, outbox &out)
+{
+    (void)out;
+    if (st.console_holder == self.id) {
+        st.console_holder = -1;
+        slog("Console released: connection %d closed", self.id);
+    }
+    for (int n : self.allocated)
+        store_release(st.store, n);
+    self.allocated.clear();
+}

@@ -1,0 +1,388 @@
+// Why Asio: standalone Asio (header-only, packaged as libasio-dev) gives the
+// one-thread reactor with timers and signal handling this server needs, and
+// keeps the framing, queueing and back-pressure code short and portable; a
+// plain epoll loop would need its own timer wheel and signal pipe.
+#include "server/net.hpp"
+
+#include "proto/msg_types.hpp"
+#include "proto/wire.hpp"
+#include "server/handlers.hpp"
+#include "server/log.hpp"
+#include "server/outbox.hpp"
+#include "server/player.hpp"
+#include "server/pulse_out.hpp"
+
+#include <asio.hpp>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using asio::ip::tcp;
+using std::chrono::steady_clock;
+
+constexpr auto k_tick = std::chrono::milliseconds(50);          // the player's clock
+constexpr auto k_stall_limit = std::chrono::seconds(30);        // a message stalled half-way closes its connection
+constexpr auto k_stop_grace = std::chrono::seconds(2);          // time to deliver the last messages on exit
+constexpr std::size_t k_max_backlog = std::size_t{8} << 20;    // bytes a client may fall behind
+constexpr std::size_t k_max_audio_backlog = std::size_t{2} << 20;   // bytes an audio stream may fall behind
+constexpr std::size_t k_read_buffer = 64 * 1024;                // holds a whole message with room to spare
+constexpr std::size_t k_max_gather = 64;                        // frames written in one go
+
+std::int64_t steady_ns()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+struct server;
+
+// One client connection: its framing, its write queue and its session.
+struct connection : std::enable_shared_from_this<connection> {
+    server &srv;
+    tcp::socket sock;
+    asio::steady_timer stall;
+    session s;
+    std::vector<char> in = std::vector<char>(k_read_buffer);
+    std::size_t have = 0;
+    std::deque<frame_ptr> outq;
+    std::size_t backlog = 0;     // bytes queued, written or not
+    std::size_t in_flight = 0;   // frames of outq being written
+    bool closed = false;
+
+    connection(server &owner, tcp::socket socket);
+    void start() { read_more(); }
+    void read_more();
+    void on_read(std::size_t n);
+    void send(const frame_ptr &frame);
+    void write_more();
+    void close(const char *reason);
+};
+
+struct server {
+    asio::io_context io;
+    tcp::acceptor acceptor{io};
+    asio::steady_timer tick{io};
+    asio::steady_timer stop_timer{io};
+    asio::signal_set signals{io, SIGINT, SIGTERM};
+    server_state &st;
+    pulse_out *pulse = nullptr;
+    std::map<int, std::shared_ptr<connection>> conns;
+    int next_id = 1;
+    bool stopping = false;
+    steady_clock::time_point stop_deadline;
+
+    explicit server(server_state &state) : st(state) {}
+
+    void accept();
+    void dispatch(connection &c, const request &req);
+    void deliver(const outbox &out, connection *requester);
+    void on_tick();
+    void begin_stop(bool tell_everyone);
+    void finish_stop();
+    std::vector<std::shared_ptr<connection>> snapshot() const
+    {
+        std::vector<std::shared_ptr<connection>> v;
+        v.reserve(conns.size());
+        for (const auto &[id, c] : conns)
+            v.push_back(c);
+        return v;
+    }
+};
+
+connection::connection(server &owner, tcp::socket socket) : srv(owner), sock(std::move(socket)), stall(owner.io) {}
+
+void connection::read_more()
+{
+    if (closed)
+        return;
+    sock.async_read_some(asio::buffer(in.data() + have, in.size() - have),
+                         [self = shared_from_this()](const std::error_code &ec, std::size_t n) {
+                             if (self->closed)
+                                 return;
+                             if (ec) {
+                                 self->close(ec == asio::error::eof ? "closed by the client" : ("read failed: " + ec.message()).c_str());
+                                 return;
+                             }
+                             self->on_read(n);
+                         });
+}
+
+void connection::on_read(std::size_t n)
+{
+    have += n;
+    std::size_t off = 0;
+    while (!closed && have - off >= k_header_len) {
+        wire_header h;
+        if (!decode_header(in.data() + off, h)) {
+            close("malformed message header");
+            return;
+        }
+        const std::size_t need = k_header_len + h.length;
+        if (have - off < need)
+            break;
+        const request req = {.type = h.type,
+                             .sequence = h.sequence,
+                             .album = h.album,
+                             .track = h.track,
+                             .text = std::string_view(in.data() + off + k_header_len, h.length)};
+        srv.dispatch(*this, req);
+        off += need;
+    }
+    if (closed)
+        return;
+    std::memmove(in.data(), in.data() + off, have - off);
+    have -= off;
+    if (have > 0) {
+        // Part of a message is in: the rest must follow within the limit.
+        stall.expires_after(k_stall_limit);
+        stall.async_wait([self = shared_from_this()](const std::error_code &ec) {
+            if (!ec && !self->closed)
+                self->close("message stalled half-way");
+        });
+    } else {
+        stall.cancel();
+    }
+    read_more();
+}
+
+void connection::send(const frame_ptr &frame)
+{
+    if (closed || frame == nullptr)
+        return;
+    const std::size_t limit = s.audio ? k_max_audio_backlog : k_max_backlog;
+    if (backlog + frame->size() > limit) {
+        close("too slow: it does not read what it is sent");
+        return;
+    }
+    outq.push_back(frame);
+    backlog += frame->size();
+    if (in_flight == 0)
+        write_more();
+}
+
+void connection::write_more()
+{
+    if (closed || outq.empty())
+        return;
+    std::vector<asio::const_buffer> bufs;
+    in_flight = std::min(outq.size(), k_max_gather);
+    for (std::size_t i = 0; i < in_flight; ++i)
+        bufs.push_back(asio::buffer(*outq[i]));
+    asio::async_write(sock, bufs, [self = shared_from_this()](const std::error_code &ec, std::size_t) {
+        if (self->closed)
+            return;
+        if (ec) {
+            self->close("write failed");
+            return;
+        }
+        for (std::size_t i = 0; i < self->in_flight; ++i) {
+            self->backlog -= self->outq.front()->size();
+            self->outq.pop_front();
+        }
+        self->in_flight = 0;
+        self->write_more();
+    });
+}
+
+void connection::close(const char *reason)
+{
+    if (closed)
+        return;
+    closed = true;
+    slog("Connection %d (%s) closed: %s", s.id, s.peer.c_str(), reason);
+    std::error_code ignored;
+    stall.cancel();
+    sock.shutdown(tcp::socket::shutdown_both, ignored);
+    sock.close(ignored);
+    outbox out;
+    session_closed(srv.st, s, out);
+    auto keep = shared_from_this();
+    srv.conns.erase(s.id);
+    srv.deliver(out, nullptr);
+}
+
+void server::accept()
+{
+    acceptor.async_accept([this](const std::error_code &ec, tcp::socket sock) {
+        if (stopping)
+            return;
+        if (ec) {
+            // Out of descriptors or similar: wait a little rather than spin.
+            slog("Accept failed: %s", ec.message().c_str());
+            auto retry = std::make_shared<asio::steady_timer>(io, std::chrono::milliseconds(200));
+            retry->async_wait([this, retry](const std::error_code &) { accept(); });
+            return;
+        }
+        std::error_code ignored;
+        sock.set_option(tcp::no_delay(true), ignored);
+        auto c = std::make_shared<connection>(*this, std::move(sock));
+        c->s.id = next_id++;
+        const tcp::endpoint peer = c->sock.remote_endpoint(ignored);
+        c->s.peer = peer.address().to_string() + ":" + std::to_string(peer.port());
+        conns[c->s.id] = c;
+        slog("Connection %d from %s", c->s.id, c->s.peer.c_str());
+        c->start();
+        accept();
+    });
+}
+
+void server::dispatch(connection &c, const request &req)
+{
+    if (stopping)
+        return;
+    outbox out;
+    handle_request(st, c.s, req, steady_ns(), out);
+    deliver(out, &c);
+    if (st.stop_requested)
+        begin_stop(false);
+}
+
+void server::deliver(const outbox &out, connection *requester)
+{
+    if (out.items.empty())
+        return;
+    const std::vector<std::shared_ptr<connection>> all = snapshot();
+    for (const out_msg &m : out.items) {
+        if (m.to == target::requester) {
+            if (requester != nullptr)
+                requester->send(m.frame);
+            continue;
+        }
+        for (const auto &c : all) {
+            const bool audio = c->s.audio;
+            bool wanted = false;
+            switch (m.to) {
+            case target::all: wanted = !audio; break;
+            case target::others: wanted = !audio && c.get() != requester; break;
+            case target::viewers: wanted = !audio && c.get() != requester && c->s.viewing == m.plist; break;
+            case target::audio: wanted = audio; break;
+            case target::requester: break;
+            }
+            if (wanted)
+                c->send(m.frame);
+        }
+    }
+}
+
+void server::on_tick()
+{
+    if (stopping)
+        return;
+    bool listeners = pulse != nullptr;
+    for (const auto &[id, c] : conns)
+        listeners = listeners || c->s.audio;
+    outbox out;
+    std::string pcm;
+    player_tick(st, steady_ns(), out, listeners ? &pcm : nullptr);
+    for (std::size_t from = 0; from < pcm.size(); from += k_text_max) {
+        const std::string_view chunk = std::string_view(pcm).substr(from, k_text_max);
+        post(out, target::audio, make_frame(AUDIO, k_notice_sequence, 0, 0, chunk));
+    }
+    deliver(out, nullptr);
+    if (pulse != nullptr && !pcm.empty())
+        pulse_write(*pulse, std::move(pcm));
+    // Keep the beat without drifting, but never try to catch up a long stall tick by tick.
+    const auto now = steady_clock::now();
+    tick.expires_at(tick.expiry() + k_tick < now ? now + k_tick : tick.expiry() + k_tick);
+    tick.async_wait([this](const std::error_code &ec) {
+        if (!ec)
+            on_tick();
+    });
+}
+
+void server::begin_stop(bool tell_everyone)
+{
+    if (stopping)
+        return;
+    stopping = true;
+    slog("Server stopping");
+    std::error_code ignored;
+    acceptor.close(ignored);
+    tick.cancel();
+    signals.cancel();
+    if (tell_everyone) {
+        outbox out;
+        post(out, target::all, make_frame(SERVER_DOWN, k_notice_sequence, 1, 0, {}));
+        deliver(out, nullptr);
+    }
+    stop_deadline = steady_clock::now() + k_stop_grace;
+    finish_stop();
+}
+
+void server::finish_stop()
+{
+    bool drained = true;
+    for (const auto &[id, c] : conns)
+        drained = drained && c->outq.empty();
+    if (drained || steady_clock::now() >= stop_deadline) {
+        for (const auto &c : snapshot())
+            c->close("server stopping");
+        io.stop();
+        return;
+    }
+    stop_timer.expires_after(std::chrono::milliseconds(20));
+    stop_timer.async_wait([this](const std::error_code &ec) {
+        if (!ec)
+            finish_stop();
+    });
+}
+
+}   // namespace
+
+int run_server(server_state &st, const net_options &opt)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    server srv(st);
+    std::error_code ec;
+    const asio::ip::address addr = asio::ip::make_address(opt.listen, ec);
+    if (ec) {
+        std::fprintf(stderr, "zerkaserver: bad listen address \"%s\"\n", opt.listen.c_str());
+        return 1;
+    }
+    const tcp::endpoint ep(addr, static_cast<unsigned short>(opt.port));
+    srv.acceptor.open(ep.protocol(), ec);
+    if (!ec)
+        srv.acceptor.set_option(tcp::acceptor::reuse_address(true), ec);
+    if (!ec)
+        srv.acceptor.bind(ep, ec);
+    if (!ec)
+        srv.acceptor.listen(asio::socket_base::max_listen_connections, ec);
+    if (ec) {
+        std::fprintf(stderr, "zerkaserver: cannot listen on %s:%d - %s\n", opt.listen.c_str(), opt.port,
+                     ec.message().c_str());
+        return 1;
+    }
+    const tcp::endpoint bound = srv.acceptor.local_endpoint(ec);
+    std::printf("zerkaserver listening on %s:%d\n", bound.address().to_string().c_str(), bound.port());
+    std::fflush(stdout);
+    slog("Listening on %s:%d, root %s", bound.address().to_string().c_str(), bound.port(), st.paths.root.c_str());
+
+    pulse_out pulse;
+    if (opt.pulse) {
+        pulse_start(pulse);
+        srv.pulse = &pulse;
+    }
+    srv.signals.async_wait([&srv](const std::error_code &e, int sig) {
+        if (!e) {
+            slog("Signal %d", sig);
+            srv.begin_stop(true);
+        }
+    });
+    srv.accept();
+    srv.tick.expires_after(k_tick);
+    srv.tick.async_wait([&srv](const std::error_code &e) {
+        if (!e)
+            srv.on_tick();
+    });
+    srv.io.run();
+    if (opt.pulse)
+        pulse_stop(pulse);
+    slog("Server stopped");
+    return 0;
+}

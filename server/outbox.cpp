@@ -1,0 +1,34 @@
+#include "server/outbox.hpp"
+
+#include "proto/wire.hpp"
+
+frame_ptr make_frame(std::int64_t type, std::int64_t sequence, std::int64_t album, std::int64_t track,
+                     std::string_view text)
+{
+    if (text.size() > k_text_max)
+        return nullptr;
+    const wire_header h = {.type = type,
+                           .sequence = sequence,
+                           .album = album,
+                           .track = track,
+                           .length = static_cast<std::uint32_t>(text.size())};
+    auto frame = std::make_shared<std::string>(k_header_len + text.size(), '\0');
+    if (encode_message(frame->data(), frame->size(), h, text.data()) == 0)
+        return nullptr;
+    return frame;
+}
+
+void post(outbox &out, target to, frame_ptr frame, std::string plist)
+{
+    if (frame != nullptr)
+        out.items.push_back({to, std::move(frame), std::move(plist)});
+}
+
+bool read_frame(const std::string &frame, frame_fields &out)
+{
+    wire_header h;
+    if (frame.size() < k_header_len || !decode_header(frame.data(), h) || frame.size() != k_header_len + h.length)
+        return false;
+    out = {h.type, h.sequence, h.album, h.track, frame.substr(k_header_len)};
+    return true;
+}

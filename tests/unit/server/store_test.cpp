@@ -1,0 +1,325 @@
+#include "proto/msg_types.hpp"
+#include "server/store.hpp"
+#include "test_root.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+struct Store : ::testing::Test {
+    temp_root root;
+    album_store s;
+
+    void SetUp() override
+    {
+        std::string error;
+        ASSERT_TRUE(store_open(s, root.path("zerka.db"), error)) << error;
+    }
+
+    void reopen()
+    {
+        s = album_store{};
+        std::string error;
+        ASSERT_TRUE(store_open(s, root.path("zerka.db"), error)) << error;
+    }
+};
+
+TEST_F(Store, EmptyDatabaseEndsAtTheFirstNumber)
+{
+    EXPECT_EQ(store_read_answer(s, 1), k_past_the_end);
+    EXPECT_EQ(store_read_answer(s, 0), k_no_such_album);
+    EXPECT_EQ(store_read_answer(s, 9000), k_no_such_album);
+}
+
+TEST_F(Store, GapsAnswerNoSuchAlbumAndTheEndAnswersPastTheEnd)
+{
+    for (int n : {1, 2, 3, 4, 5, 7})
+        ASSERT_TRUE(store_write_text(s, n, simple_album("A" + std::to_string(n), 2)));
+    EXPECT_EQ(store_read_answer(s, 5), 5);
+    EXPECT_EQ(store_read_answer(s, 6), k_no_such_album);
+    EXPECT_EQ(store_read_answer(s, 7), 7);
+    EXPECT_EQ(store_read_answer(s, 8), k_past_the_end);
+    EXPECT_EQ(store_read_answer(s, 3000), k_past_the_end);
+    EXPECT_EQ(store_read_answer(s, 3001), k_no_such_album);
+    EXPECT_EQ(store_read_answer(s, 9019), k_no_such_album);
+    EXPECT_EQ(s.max_regular, 7);
+}
+
+TEST_F(Store, ReservedNumbersHoldAlbumsToo)
+{
+    ASSERT_TRUE(store_write_text(s, 9019, simple_album("Temp", 1)));
+    EXPECT_EQ(store_read_answer(s, 9019), 9019);
+    EXPECT_EQ(store_read_answer(s, 1), k_past_the_end);   // reserved albums do not move the end
+}
+
+TEST_F(Store, RefusesNumbersOutsideTheDatabaseAndUntitledAlbums)
+{
+    EXPECT_FALSE(store_write_text(s, 0, simple_album("A", 1)));
+    EXPECT_FALSE(store_write_text(s, 3001, simple_album("A", 1)));
+    EXPECT_FALSE(store_write_text(s, 8999, simple_album("A", 1)));
+    EXPECT_FALSE(store_write_text(s, 9020, simple_album("A", 1)));
+    EXPECT_FALSE(store_write_text(s, 1, ""));
+    EXPECT_FALSE(store_write_text(s, 1, "Artist\n\n00:00 - 0 1 0 0\n"));
+    EXPECT_EQ(store_get(s, 1), nullptr);
+}
+
+TEST_F(Store, TextIsStoredInTheWritersFormat)
+{
+    ASSERT_TRUE(store_write_text(s, 12, "Ann\nFirst\n03:10 S 1a 1 abc 4\nBob\nSong\n01:00 - 0 0 0 0\n"));
+    EXPECT_EQ(store_get(s, 12)->text,
+              "Ann\nFirst\n03:10 S 0000001A 1 00000ABC 4\nBob\nSong\n01:00 - 00000000 0 00000000 0\n");
+    EXPECT_EQ(store_track_count(s, 12), 1);
+}
+
+TEST_F(Store, LongTextsAreCutToWhatTheClientHolds)
+{
+    const std::string long_artist(80, 'x');
+    ASSERT_TRUE(store_write_text(s, 1, long_artist + "\nTitle\n00:01 - 0 1 0 0\n"));
+    EXPECT_EQ(std::string(store_entry(s, 1, 0)->artist), std::string(66, 'x'));
+}
+
+TEST_F(Store, AnAlbumHoldsAtMost99Tracks)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("Many", 120)));
+    EXPECT_EQ(store_track_count(s, 1), 99);
+}
+
+TEST_F(Store, TracksEndAtTheFirstEmptyTitle)
+{
+    ASSERT_TRUE(store_write_text(s, 1, "A\nAlbum\n00:01 - 0 1 0 0\nA\nOne\n00:01 - 0 1 0 0\nA\n\n00:01 - 0 1 0 0\n"
+                                       "A\nThree\n00:01 - 0 1 0 0\n"));
+    EXPECT_EQ(store_track_count(s, 1), 1);
+}
+
+TEST_F(Store, EverythingSurvivesAReopen)
+{
+    ASSERT_TRUE(store_write_text(s, 3, simple_album("Kept", 3)));
+    ASSERT_TRUE(store_write_text(s, 9001, simple_album("Temp", 1)));
+    ASSERT_EQ(store_mark(s, 3, 2, SHORTLIST), change_result::changed);
+    ASSERT_TRUE(store_link(s, 3, 1, 3, 1));
+    ASSERT_TRUE(store_set_setting(s, "mode", "5"));
+    const std::string text = store_get(s, 3)->text;
+    reopen();
+    ASSERT_NE(store_get(s, 3), nullptr);
+    EXPECT_EQ(store_get(s, 3)->text, text);
+    EXPECT_EQ(store_entry(s, 3, 2)->status, 'S');
+    EXPECT_NE(store_get(s, 9001), nullptr);
+    EXPECT_EQ(store_chain(s, 3, 1).size(), 1u);
+    EXPECT_EQ(store_setting(s, "mode", "2"), "5");
+    EXPECT_EQ(s.max_regular, 3);
+}
+
+TEST_F(Store, DeleteRemovesTheAlbumAndMovesTheEnd)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 1)));
+    ASSERT_TRUE(store_write_text(s, 2, simple_album("B", 1)));
+    EXPECT_TRUE(store_delete(s, 2));
+    EXPECT_FALSE(store_delete(s, 2));
+    EXPECT_EQ(store_read_answer(s, 2), k_past_the_end);
+    reopen();
+    EXPECT_EQ(store_get(s, 2), nullptr);
+}
+
+struct mark_case {
+    std::int64_t type;
+    char before;
+    char after;
+};
+
+TEST_F(Store, SelectionMarksSetTheStatusLetter)
+{
+    constexpr mark_case cases[] = {
+        {SHORTLIST, '-', 'S'}, {SHORTLIST, 'U', 'S'}, {DONOTPLAY, 'S', '-'}, {DONOTPLAY, 'U', 'U'},
+        {DONOTPLAY, 'N', 'N'}, {UNPLAYABLE, '-', 'U'}, {UNPLAYABLE, 'S', 'U'}, {NO_SELECT, '-', 'N'},
+    };
+    for (const mark_case &c : cases) {
+        ASSERT_TRUE(store_write_text(s, 1, album_text_of("A", "Album", {{.title = "T", .status = c.before}})));
+        const change_result r = store_mark(s, 1, 1, c.type);
+        EXPECT_EQ(store_entry(s, 1, 1)->status, c.after) << c.type << " on " << c.before;
+        EXPECT_EQ(r, c.before == c.after ? change_result::unchanged : change_result::changed);
+    }
+}
+
+TEST_F(Store, OfflineClearsTheOnLineFlag)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
+    EXPECT_EQ(store_mark(s, 1, 2, OFFLINE), change_result::changed);
+    EXPECT_EQ(store_entry(s, 1, 2)->online, 0);
+    EXPECT_EQ(store_entry(s, 1, 1)->online, 1);
+    EXPECT_EQ(store_mark(s, 1, 2, OFFLINE), change_result::unchanged);
+}
+
+TEST_F(Store, TrackZeroMarksTheWholeAlbum)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 3)));
+    EXPECT_EQ(store_mark(s, 1, 0, SHORTLIST), change_result::changed);
+    for (int t = 1; t <= 3; ++t)
+        EXPECT_EQ(store_entry(s, 1, t)->status, 'S');
+    EXPECT_EQ(store_entry(s, 1, 0)->status, '-');
+}
+
+TEST_F(Store, MarksOnMissingTracksAreRefused)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 3)));
+    EXPECT_EQ(store_mark(s, 1, 4, SHORTLIST), change_result::refused);
+    EXPECT_EQ(store_mark(s, 2, 1, SHORTLIST), change_result::refused);
+    EXPECT_EQ(store_mark(s, 1, -1, SHORTLIST), change_result::refused);
+    EXPECT_EQ(store_mark(s, 1, 1, GO), change_result::refused);
+}
+
+TEST_F(Store, GlobalEditReplacesEveryOccurrence)
+{
+    ASSERT_TRUE(store_write_text(s, 1, album_text_of("The Band", "Album", {{.title = "La la land"}})));
+    EXPECT_EQ(store_replace(s, 1, 1, true, "la", "LA"), change_result::changed);
+    EXPECT_STREQ(store_entry(s, 1, 1)->title, "La LA LAnd");
+    EXPECT_EQ(store_replace(s, 1, 0, false, "The ", ""), change_result::changed);
+    EXPECT_STREQ(store_entry(s, 1, 0)->artist, "Band");
+    EXPECT_EQ(store_replace(s, 1, 1, true, "zz", "y"), change_result::unchanged);
+    EXPECT_EQ(store_replace(s, 1, 1, true, "", "y"), change_result::refused);
+    EXPECT_EQ(store_replace(s, 1, 1, true, "La LA LAnd", ""), change_result::refused);   // an empty title
+    EXPECT_EQ(store_replace(s, 1, 1, true, "a", std::string(70, 'a')), change_result::refused);   // too long
+    EXPECT_EQ(store_replace(s, 1, 2, true, "a", "b"), change_result::refused);
+    EXPECT_STREQ(store_entry(s, 1, 1)->title, "La LA LAnd");
+}
+
+TEST_F(Store, APlayCountsAndStampsTrackAndAlbum)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
+    EXPECT_TRUE(store_record_play(s, 1, 2, 0x1234));
+    EXPECT_TRUE(store_record_play(s, 1, 2, 0x2345));
+    EXPECT_EQ(store_entry(s, 1, 2)->plays, 2);
+    EXPECT_EQ(store_entry(s, 1, 2)->last_played, 0x2345);
+    EXPECT_EQ(store_entry(s, 1, 0)->last_played, 0x2345);
+    EXPECT_EQ(store_entry(s, 1, 1)->plays, 0);
+    EXPECT_FALSE(store_record_play(s, 1, 3, 1));
+    EXPECT_NE(store_get(s, 1)->text.find("00:03 - 00002345 1 00000000 2\n"), std::string::npos);
+}
+
+TEST_F(Store, ResetSetsEveryPlayCountToZero)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
+    ASSERT_TRUE(store_write_text(s, 2, simple_album("B", 2)));
+    ASSERT_TRUE(store_record_play(s, 2, 1, 100));
+    EXPECT_EQ(store_reset_plays(s), std::vector<int>{2});
+    EXPECT_EQ(store_entry(s, 2, 1)->plays, 0);
+    EXPECT_EQ(store_entry(s, 2, 1)->last_played, 100);
+    reopen();
+    EXPECT_EQ(store_entry(s, 2, 1)->plays, 0);
+}
+
+TEST_F(Store, NewNumbersFollowTheHighestAndAreNotHandedOutTwice)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 1)));
+    ASSERT_TRUE(store_write_text(s, 3, simple_album("C", 1)));
+    EXPECT_EQ(store_allocate(s, false), 4);
+    EXPECT_EQ(store_allocate(s, false), 5);
+    store_release(s, 5);
+    EXPECT_EQ(store_allocate(s, false), 5);
+    ASSERT_TRUE(store_write_text(s, 4, simple_album("D", 1)));
+    EXPECT_EQ(store_allocate(s, false), 6);
+    EXPECT_EQ(store_allocate(s, true), 9000);
+    EXPECT_EQ(store_allocate(s, true), 9001);
+}
+
+TEST_F(Store, AFullDatabaseGivesGapsThenNothing)
+{
+    ASSERT_TRUE(store_write_text(s, 3000, simple_album("Last", 1)));
+    EXPECT_EQ(store_allocate(s, false), 1);
+    for (int n = 0; n < k_temp_albums; ++n)
+        EXPECT_EQ(store_allocate(s, true), 9000 + n);
+    EXPECT_EQ(store_allocate(s, true), 0);
+}
+
+TEST_F(Store, ChainsKeepTheirOrderHeadFirst)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 5)));
+    EXPECT_TRUE(store_chain(s, 1, 2).empty());
+    EXPECT_TRUE(store_link(s, 1, 2, 1, 2));   // a chain of one
+    EXPECT_TRUE(store_link(s, 1, 4, 1, 2));
+    EXPECT_TRUE(store_link(s, 1, 1, 1, 2));
+    const std::vector<plist_entry> chain = store_chain(s, 1, 4);
+    ASSERT_EQ(chain.size(), 3u);
+    EXPECT_EQ(chain[0].track, 2);
+    EXPECT_EQ(chain[1].track, 4);
+    EXPECT_EQ(chain[2].track, 1);
+    EXPECT_TRUE(store_link(s, 1, 4, 1, 2));   // already there: nothing moves
+    EXPECT_EQ(store_chain(s, 1, 2).size(), 3u);
+}
+
+TEST_F(Store, AppendingToAMemberJoinsItsChain)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 5)));
+    ASSERT_TRUE(store_link(s, 1, 1, 1, 1));
+    ASSERT_TRUE(store_link(s, 1, 2, 1, 1));
+    ASSERT_TRUE(store_link(s, 1, 3, 1, 2));   // 1/2 is a member: the chain is 1/1's
+    EXPECT_EQ(store_chain(s, 1, 3).front().track, 1);
+    EXPECT_EQ(store_chain(s, 1, 1).size(), 3u);
+}
+
+TEST_F(Store, ATrackAppendedElsewhereLeavesItsChain)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 5)));
+    ASSERT_TRUE(store_link(s, 1, 1, 1, 1));
+    ASSERT_TRUE(store_link(s, 1, 2, 1, 1));
+    ASSERT_TRUE(store_link(s, 1, 4, 1, 4));
+    ASSERT_TRUE(store_link(s, 1, 1, 1, 4));   // the head of 1/1-1/2 moves: 1/2 heads what is left
+    EXPECT_EQ(store_chain(s, 1, 2).size(), 1u);
+    EXPECT_EQ(store_chain(s, 1, 2).front().track, 2);
+    const std::vector<plist_entry> chain = store_chain(s, 1, 1);
+    ASSERT_EQ(chain.size(), 2u);
+    EXPECT_EQ(chain[0].track, 4);
+    EXPECT_EQ(chain[1].track, 1);
+}
+
+TEST_F(Store, HeadZeroDeletesTheChain)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 5)));
+    ASSERT_TRUE(store_link(s, 1, 1, 1, 1));
+    ASSERT_TRUE(store_link(s, 1, 2, 1, 1));
+    EXPECT_TRUE(store_link(s, 1, 1, 0, 0));
+    EXPECT_TRUE(store_chain(s, 1, 2).empty());
+    EXPECT_FALSE(store_link(s, 1, 1, 0, 0));   // no chain left to delete
+}
+
+TEST_F(Store, LinksToMissingTracksAreRefused)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
+    EXPECT_FALSE(store_link(s, 1, 3, 1, 3));
+    EXPECT_FALSE(store_link(s, 1, 1, 2, 1));
+    EXPECT_FALSE(store_link(s, 1, 0, 1, 0));
+}
+
+TEST_F(Store, DeletingAnAlbumTakesItsTracksOutOfChains)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
+    ASSERT_TRUE(store_write_text(s, 2, simple_album("B", 2)));
+    ASSERT_TRUE(store_link(s, 1, 1, 1, 1));
+    ASSERT_TRUE(store_link(s, 2, 1, 1, 1));
+    ASSERT_TRUE(store_delete(s, 1));
+    const std::vector<plist_entry> chain = store_chain(s, 2, 1);
+    ASSERT_EQ(chain.size(), 1u);
+    EXPECT_EQ(chain[0].album, 2);
+}
+
+TEST_F(Store, MissingMediaTakesTracksOffLine)
+{
+    server_state st;
+    st.paths = paths_for_root(root.dir);
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
+    write_media(st, 1, 1, 1);
+    EXPECT_EQ(store_check_media(s, st.paths.media), std::vector<int>{1});
+    EXPECT_EQ(store_entry(s, 1, 1)->online, 1);
+    EXPECT_EQ(store_entry(s, 1, 2)->online, 0);
+    EXPECT_TRUE(store_check_media(s, st.paths.media).empty());
+}
+
+TEST_F(Store, SettingsFallBackWhenUnset)
+{
+    EXPECT_EQ(store_setting(s, "selection", "none"), "none");
+    EXPECT_TRUE(store_set_setting(s, "selection", "party"));
+    EXPECT_EQ(store_setting(s, "selection", "none"), "party");
+}
+
+}   // namespace
