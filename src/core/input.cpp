@@ -54,22 +54,30 @@ receiver rx_local;
 
 receiver &receiver_for(int fd) { return fd == master_sock ? rx_master : rx_local; }
 
-// Reads what is available of the next message: 1 complete, 0 more to come, -1 the server is gone or broke the framing.
+// Reads what is available of the next message: 1 complete, 0 more to come, -1
+// the server is gone or broke the framing. The first read follows select and
+// may wait; the rest only take what has already arrived, so a slow server never
+// holds up the keyboard.
 int receive_some(int fd, receiver &rx)
 {
-    const std::size_t need = rx.header_done ? k_header_len + rx.h.length : k_header_len;
-    const ssize_t n = read(fd, rx.data + rx.have, need - rx.have);
-    if (n < 0 && errno == EINTR)
-        return 0;
-    if (n <= 0)
-        return -1;
-    rx.have += static_cast<std::size_t>(n);
-    if (!rx.header_done && rx.have == k_header_len) {
-        if (!decode_header(rx.data, rx.h))
-            return -1;
-        rx.header_done = true;
+    for (int flags = 0;; flags = MSG_DONTWAIT) {
+        const std::size_t need = rx.header_done ? k_header_len + rx.h.length : k_header_len;
+        if (rx.have < need) {
+            const ssize_t n = recv(fd, rx.data + rx.have, need - rx.have, flags);
+            if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR))
+                return 0;
+            if (n <= 0)
+                return -1;
+            rx.have += static_cast<std::size_t>(n);
+        }
+        if (!rx.header_done && rx.have == k_header_len) {
+            if (!decode_header(rx.data, rx.h))
+                return -1;
+            rx.header_done = true;
+        }
+        if (rx.header_done && rx.have == k_header_len + rx.h.length)
+            return 1;
     }
-    return rx.header_done && rx.have == k_header_len + rx.h.length ? 1 : 0;
 }
 
 // Moves a complete message out of its receiver into a record.

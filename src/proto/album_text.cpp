@@ -3,6 +3,7 @@
 #include "proto/text_util.hpp"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -20,30 +21,54 @@ bool next_line(const char *text, std::size_t len, std::size_t &pos, std::string_
     return true;
 }
 
-// Scans the third line of an entry; fields that the line does not supply stay as they were.
+bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+
+// Reads one number the way the scanf conversion of that base does (blanks, sign,
+// "0x" for hex); false when no digit follows, which ends the scan.
+template <typename T>
+bool scan_number(const char *&p, int base, T &out)
+{
+    char *end = nullptr;
+    if (base == 16) {
+        const unsigned long v = std::strtoul(p, &end, 16);
+        if (end == p)
+            return false;
+        out = static_cast<T>(v);
+    } else {
+        const long v = std::strtol(p, &end, 10);
+        if (end == p)
+            return false;
+        out = static_cast<T>(v);
+    }
+    p = end;
+    return true;
+}
+
+// Scans the third line of an entry as "%5s %c %lx %d %lx %ld" would; fields that
+// the line does not supply stay as they were. (A hand-written scan: the
+// database load reads this line for every track of the library.)
 void scan_entry_line(std::string_view line, track_rec &t)
 {
     char buf[256];
     copy_bounded(buf, line);
-    char time_text[6] = {};
-    char status = 0;
-    unsigned long last_played = 0;
-    int online = 0;
-    unsigned long cd_ident = 0;
-    long plays = 0;
-    const int n = std::sscanf(buf, "%5s %c %lx %d %lx %ld", time_text, &status, &last_played, &online, &cd_ident, &plays);
-    if (n >= 1)
-        copy_bounded(t.time, time_text);
-    if (n >= 2)
-        t.status = status;
-    if (n >= 3)
-        t.last_played = static_cast<std::int64_t>(last_played);
-    if (n >= 4)
-        t.online = online;
-    if (n >= 5)
-        t.cd_ident = cd_ident;
-    if (n >= 6)
-        t.plays = plays;
+    const char *p = buf;
+    while (is_space(*p))
+        ++p;
+    if (*p == '\0')
+        return;
+    std::size_t n = 0;
+    while (n < 5 && p[n] != '\0' && !is_space(p[n]))
+        ++n;
+    copy_bounded(t.time, std::string_view(p, n));
+    p += n;
+    while (is_space(*p))
+        ++p;
+    if (*p == '\0')
+        return;
+    t.status = *p++;
+    if (!scan_number(p, 16, t.last_played) || !scan_number(p, 10, t.online) || !scan_number(p, 16, t.cd_ident))
+        return;
+    scan_number(p, 10, t.plays);
 }
 
 }   // namespace

@@ -102,3 +102,16 @@ def term(root):
     yield start
     for t in started:
         t.kill()
+
+
+def reach_main_menu(t, timeout=15):
+    """From start-up (the console opens first), leaves with Esc until the main menu shows."""
+    import time as _time
+    end = _time.time() + timeout
+    t.settle(0.3)
+    while "ZERKALIBRARY" not in t.row(0):
+        if _time.time() > end:
+            raise AssertionError("main menu not reached:\n" + t.text())
+        t.send("\x1b", pause=0.3)
+        t.settle(0.3)
+    t.wait_for("Console Mode")

@@ -4,6 +4,7 @@ import re
 import threading
 import time
 
+from conftest import reach_main_menu
 from fakeserver import ALBUM_READ, GETTIME, NO_SUCH_ALBUM, album_text, reply, simple_library
 
 
@@ -67,6 +68,7 @@ def test_gap_answers_and_album_texts_of_every_shape_are_taken(fake, term):
     t = term()
     fake.wait_for(ALBUM_READ, pred=lambda m: m.album == 9019)
     assert [m.album for m in fake.of_type(ALBUM_READ)][:5] == [1, 2, 3, 4, 9000]
+    reach_main_menu(t)
     t.send("\x1b")
     t.wait_for("Are you sure you want to exit?")
     t.send("y")
