@@ -218,3 +218,41 @@ def test_sequence_low_byte_rolls_over_without_carry(fake, root):
         assert reads[0].seq == 0x0301
     finally:
         t.kill()
+
+
+def test_interactive_process_is_named_and_found_by_name(fake, term):
+    fake.albums = {}
+    t = term()
+    fake.wait_for(0x10, pred=lambda m: m.album == 9019)
+    t.settle(0.3)
+    pid = t.child.pid
+    with open("/proc/%d/comm" % pid) as f:
+        assert f.read().strip() == "Zerka Client"
+    found = subprocess.run(["/usr/bin/pgrep", "-x", "-f", "^Zerka Client.*"], capture_output=True, text=True)
+    assert str(pid) in found.stdout.split()
+
+
+def test_process_name_prefix_comes_from_the_server_name(fake, root, term):
+    write_cfg(root, fake.port, extra={"SERVER_NAME": "Jukebox"})
+    fake.albums = {}
+    t = term()
+    fake.wait_for(0x10, pred=lambda m: m.album == 9019)
+    t.settle(0.3)
+    with open("/proc/%d/comm" % t.child.pid) as f:
+        assert f.read().strip() == "Jukeb Client"
+
+
+def test_interrupt_asks_the_exit_question(fake, term):
+    import signal
+    fake.albums = {}
+    t = term()
+    fake.wait_for(0x10, pred=lambda m: m.album == 9019)
+    t.settle(0.5)
+    t.child.kill(signal.SIGINT)
+    t.wait_for("Are you sure you want to exit?", row=20, col=25)
+    t.send("n")
+    t.wait_gone("Are you sure you want to exit?")
+    t.child.kill(signal.SIGINT)          # the handler is in place again
+    t.wait_for("Are you sure you want to exit?", row=20, col=25)
+    t.send("y")
+    assert t.wait_exit() == 0
