@@ -19,7 +19,6 @@
 #include "proto/text_util.hpp"
 #include "proto/transfer_text.hpp"
 
-#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -105,8 +104,8 @@ void stop_local()
     set_terminal("cooked");
     std::fputc('\n', stdout);
     std::fflush(stdout);
-    // Answers are folded to lower case, as everywhere else in the program.
-    if (answer != EOF && std::tolower(answer) == 'y') {
+    // Only a lower-case "y" shuts the master down.
+    if (answer == 'y') {
         request.type = STOP_SERVICE;
         request.socket = master_sock;
         send_msg(&request);

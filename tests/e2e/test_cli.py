@@ -152,14 +152,14 @@ def test_stop_local_in_local_mode_stops_the_local_server(cli, fake, local_server
 WARNING = "\n    WARNING: this will shut down the MASTER server:  Are you sure?  "
 
 
-@pytest.mark.parametrize("answer", [b"y", b"Y", b"yes\n"])
+@pytest.mark.parametrize("answer", [b"y", b"yes\n"])
 def test_stop_local_in_master_mode_asks_first(cli, fake, root, answer):
     write_cfg(root, fake.port, mode="master")
     assert run_ok(cli, fake, "--stop-local", input=answer) == WARNING + "\n"
     assert requests(fake) == [(STOP_SERVICE, 1, 0, "")]
 
 
-@pytest.mark.parametrize("answer", [b"n", b"\n", b"", b" y"])
+@pytest.mark.parametrize("answer", [b"n", b"Y", b"\n", b"", b" y"])
 def test_stop_local_in_master_mode_declined(cli, fake, root, answer):
     write_cfg(root, fake.port, mode="master")
     assert run_ok(cli, fake, "--stop-local", input=answer) == WARNING + "\n"
