@@ -6,6 +6,7 @@
 #include "db/album.hpp"
 
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -43,23 +44,28 @@ void search_database(const cli_options &o)
         return;
     }
     const int order = artist_given ? k_order_artist : k_order_title;
-    chain_item *head = nullptr;
-    bool out_of_memory = false;
+    // The hits are placed in one go, exactly as linking them one by one would place them.
+    std::vector<chain_entry> hits;
     const auto consider = [&](int album_no, int track_no) {
         const track_rec &t = album[album_no].entry[track_no];
         const bool artist_hit = contains(t.artist, o.artist, 0) != 0;
         const bool title_hit = contains(t.title, o.title, 0) != 0;
         if (search_selects(o.album_only, artist_given, artist_hit, title_given, title_hit))
-            out_of_memory = link_track(&head, order, album_no, track_no, 0, 0) < 0;
+            hits.push_back({.album_no = album_no, .track_no = track_no, .key = 0});
     };
-    for (int n = 1; n <= max_album && n <= k_last_regular && !out_of_memory; ++n) {
+    for (int n = 1; n <= max_album && n <= k_last_regular; ++n) {
         if (o.album_only) {
             consider(n, 0);
             continue;
         }
-        for (int t = 1; t <= album[n].tracks && t < k_max_entries && !out_of_memory; ++t)
+        for (int t = 1; t <= album[n].tracks && t < k_max_entries; ++t)
             if (album[n].entry[t].status != 'U')
                 consider(n, t);
+    }
+    chain_item *head = nullptr;
+    if (build_chain(&head, order, hits, 0) < 0) {
+        put_text_line("! Malloc failed");
+        return;
     }
     if (head == nullptr) {
         put_text_line("! Nothing found");
