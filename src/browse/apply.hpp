@@ -13,5 +13,6 @@ int apply_svce(const void *arg, int code, const char *label);
 // Replaces text in the artist (field 0) or title (field 1) of every element.
 void global_edit(chain_item *first, const char *name, int count, int field);
 
-// Edits an exact text in place at the cursor: 0 on Enter, -3 on Esc.
+// Edits an exact text of up to size characters one column right of the
+// cursor (buf holds size + 2 bytes): 0 on Enter, -3 on Esc.
 int get_string_verbatim(char *buf, int size);

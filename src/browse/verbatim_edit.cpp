@@ -8,34 +8,34 @@ int verbatim_key(verbatim_line &line, int key)
 {
     const int len = static_cast<int>(std::strlen(line.buf));
     switch (key) {
-    case k_key_enter:
-    case k_key_return:
-    case k_key_line_feed:
+    case keys::enter:
+    case keys::carriage_return:
+    case keys::line_feed:
         return k_verbatim_done;
-    case k_key_esc:
+    case keys::esc:
         return k_verbatim_esc;
-    case k_key_left:
+    case keys::left:
         if (line.pos > 0)
             --line.pos;
         return k_verbatim_more;
-    case k_key_right:
+    case keys::right:
         if (line.pos < len)
             ++line.pos;
         return k_verbatim_more;
-    case k_key_home:
+    case keys::home:
         line.pos = 0;
         return k_verbatim_more;
-    case k_key_end:
+    case keys::end:
         line.pos = len;
         return k_verbatim_more;
-    case k_key_backspace:
-    case k_key_delete_char:
-    case k_key_ctrl_h:
+    case keys::backspace:
+    case keys::rubout:
+    case keys::ctrl_h:
         if (line.pos == 0)
             return k_verbatim_more;
         --line.pos;
         [[fallthrough]];
-    case k_key_dc:
+    case keys::delete_char:
         if (line.pos < len)
             std::memmove(line.buf + line.pos, line.buf + line.pos + 1, static_cast<std::size_t>(len - line.pos));
         return k_verbatim_more;

@@ -1,0 +1,686 @@
+// The scrolling list screen that nearly every screen uses: paging, finding,
+// sorting, totals, notes, output and operations on the list, and the hand-over
+// of all other keys to the screen's own callback.
+#include "browse/browser.hpp"
+
+#include "audio/player.hpp"
+#include "audio/stream.hpp"
+#include "browse/apply.hpp"
+#include "browse/browse_layout.hpp"
+#include "browse/chain.hpp"
+#include "browse/keys.hpp"
+#include "browse/output.hpp"
+#include "browse/search.hpp"
+#include "core/input.hpp"
+#include "core/link.hpp"
+#include "db/album.hpp"
+#include "media/loaded_cd.hpp"
+#include "playlist/history.hpp"
+#include "playlist/state.hpp"
+#include "proto/msg_types.hpp"
+#include "proto/text_util.hpp"
+#include "ui/form.hpp"
+#include "ui/help.hpp"
+#include "ui/menu.hpp"
+#include "ui/menu_tables.hpp"
+#include "ui/popup.hpp"
+#include "ui/screen.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <curses.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Out of memory in a list builder: said on screen.
+void say_malloc_failed() { error_msg("Malloc failed", 0); }
+
+// The list builders are pure; the client gives them its error pop-up.
+[[maybe_unused]] const bool alloc_report_installed = (chain_alloc_failed = say_malloc_failed, true);
+
+// The labels of sort_menu's rows, by row: the order code is the row plus one.
+constexpr const char *k_sort_labels[] = {
+    "Numerical Order", "Artist Order", "Title Order", "Length of Track or Album Order", "CD-ID or Time Played Order",
+    "No. of Plays Order", "Original Order"};
+constexpr int k_sort_rows = 7;        // rows 0..6 sort; row 7 is "Quit"
+constexpr int k_sort_original = 6;    // "Original Order"
+constexpr int k_max_find = 50;
+constexpr int k_notes_rule = 68;
+constexpr int k_wait_threshold = 1000;   // lists longer than this show "Please Wait...." while rebuilt
+
+// What identifies the current element across a rebuild.
+struct element_id {
+    int album_no = -1;
+    int track_no = -1;
+    std::int64_t key = 0;
+    bool valid = false;
+};
+
+// One browser call: the list as given, the list in its chosen order, the list
+// as shown (that one, or it reversed), the page, and the order state.
+struct browse_run {
+    chain_item **head = nullptr;
+    chain_item *given = nullptr;         // the list the caller gave
+    browse_callback callback = nullptr;
+    int mode = 0;
+    chain_item *base = nullptr;          // the list in the chosen order
+    bool base_owned = false;             // base is this browser's own copy
+    chain_item *shown = nullptr;         // base, or base reversed
+    bool shown_owned = false;            // shown is a reversed copy of base
+    std::vector<chain_item *> index;     // shown's elements by ordinal - 1
+    page_view view;
+    int count = 0;                       // the total shown in the position indicator; 0 hides it
+    int order = k_order_append;          // the chosen order code
+    bool reverse = false;
+    int sort_row = -1;                   // the last chosen sort row; -1 none
+    char find_text[k_max_find + 1] = "";
+    char saved_heading[sizeof heading] = "";
+    char saved_footer[sizeof footer] = "";
+};
+
+bool history_mode(const browse_run &b) { return b.mode == k_browse_history; }
+
+// Releases a list this browser built.
+void release(const browse_run &b, chain_item *list)
+{
+    if (history_mode(b))
+        free_history_chain(list);
+    else
+        free_chain(list);
+}
+
+void release_copies(browse_run &b)
+{
+    if (b.shown_owned)
+        release(b, b.shown);
+    if (b.base_owned)
+        release(b, b.base);
+    b.shown = b.base = nullptr;
+    b.shown_owned = b.base_owned = false;
+}
+
+void reindex(browse_run &b)
+{
+    b.index.clear();
+    for (chain_item *e = b.shown; e != nullptr; e = e->next)
+        b.index.push_back(e);
+}
+
+chain_item *current_element(const browse_run &b)
+{
+    const int ordinal = current_ordinal(b.view);
+    return ordinal >= 1 && ordinal <= static_cast<int>(b.index.size()) ? b.index[static_cast<std::size_t>(ordinal - 1)]
+                                                                       : nullptr;
+}
+
+element_id id_of(const chain_item *e)
+{
+    if (e == nullptr)
+        return {};
+    return {.album_no = e->album_no, .track_no = e->track_no, .key = e->key, .valid = true};
+}
+
+// The list the caller's screen keeps up to date, in the modes that have one.
+chain_item *source_list(const browse_run &b)
+{
+    switch (b.mode) {
+    case k_browse_console:
+        return plist_head;
+    case k_browse_offline:
+        return offl_head;
+    case k_browse_cd_matches:
+        return exo_head;
+    default:
+        return b.given;
+    }
+}
+
+// A copy of a list in an order, built the way the browser rebuilds: history
+// entries again with their texts, other elements keeping duplicates.
+chain_item *copy_list(const browse_run &b, const chain_item *from, int order)
+{
+    chain_item *out = nullptr;
+    int n = 0;
+    if (history_mode(b)) {
+        std::vector<history_entry> entries;
+        for (const chain_item *e = from; e != nullptr; e = e->next)
+            entries.push_back({.album_no = e->album_no,
+                               .track_no = e->track_no,
+                               .key = e->key,
+                               .artist = e->track->artist,
+                               .title = e->track->title,
+                               .length = e->track->time});
+        n = static_cast<int>(entries.size());
+        if (n > k_wait_threshold) {
+            put_text(stdscr, 12, 30, "Please Wait....");
+            refresh();
+        }
+        build_history_chain(&out, order, entries);
+    } else {
+        std::vector<chain_entry> entries;
+        for (const chain_item *e = from; e != nullptr; e = e->next)
+            entries.push_back({.album_no = e->album_no, .track_no = e->track_no, .key = e->key});
+        n = static_cast<int>(entries.size());
+        if (n > k_wait_threshold) {
+            put_text(stdscr, 12, 30, "Please Wait....");
+            refresh();
+        }
+        build_chain(&out, order, entries, 1);
+    }
+    if (n > k_wait_threshold) {
+        char text[16];
+        std::snprintf(text, sizeof text, "%4d", n);
+        put_text(stdscr, 12, 46, text);
+        refresh();
+    }
+    return out;
+}
+
+// Puts the page on the element that was current, or on its ordinal.
+void keep_position(browse_run &b, const element_id &was, int was_ordinal)
+{
+    int ordinal = was_ordinal;
+    if (was.valid) {
+        for (std::size_t i = 0; i < b.index.size(); ++i) {
+            const chain_item *e = b.index[i];
+            if (e->album_no == was.album_no && e->track_no == was.track_no && e->key == was.key) {
+                ordinal = static_cast<int>(i) + 1;
+                break;
+            }
+        }
+    }
+    b.view = page_keep(b.view, static_cast<int>(b.index.size()), ordinal);
+}
+
+// Shows base as it is or reversed, writes the sort description into the
+// heading and keeps the current element.
+void show_base(browse_run &b, const element_id &was, int was_ordinal)
+{
+    if (b.shown_owned)
+        release(b, b.shown);
+    b.shown_owned = false;
+    b.shown = b.base;
+    if (b.reverse) {
+        b.shown = copy_list(b, b.base, k_order_reverse);
+        b.shown_owned = true;
+    }
+    set_sort_suffix(heading, sizeof heading, b.sort_row >= 0 ? k_sort_labels[b.sort_row] : nullptr, b.reverse);
+    reindex(b);
+    b.count = static_cast<int>(b.index.size());
+    keep_position(b, was, was_ordinal);
+}
+
+// Rebuilds the list in the chosen order from `from` (the list shown in its
+// order, or the list the screen keeps), keeping the current element.
+void rebuild(browse_run &b, const chain_item *from)
+{
+    const element_id was = id_of(current_element(b));
+    const int was_ordinal = current_ordinal(b.view);
+    if (history_mode(b) && b.order == k_order_append)
+        b.order = k_order_history_time;
+    chain_item *fresh = copy_list(b, from, b.order);
+    if (b.shown_owned)
+        release(b, b.shown);
+    b.shown_owned = false;
+    if (b.base_owned)
+        release(b, b.base);
+    b.base = fresh;
+    b.base_owned = true;
+    show_base(b, was, was_ordinal);
+}
+
+// Takes a private copy of the screen's own list as it stands (console and
+// offline playlist), so that replies that replace that list never pull the
+// shown elements away.
+void take_copy(browse_run &b, chain_item *from)
+{
+    b.base = copy_list(b, from, k_order_append);
+    b.base_owned = true;
+    b.shown = b.base;
+    reindex(b);
+}
+
+// Draws the frame of the list: a box from row 1 to row 22.
+void draw_box()
+{
+    const int right = COLS - 1;
+    mvaddch(1, 0, ACS_ULCORNER);
+    mvhline(1, 1, ACS_HLINE, right - 1);
+    mvaddch(1, right, ACS_URCORNER);
+    for (int r = 2; r < 22; ++r) {
+        mvaddch(r, 0, ACS_VLINE);
+        mvaddch(r, right, ACS_VLINE);
+    }
+    mvaddch(22, 0, ACS_LLCORNER);
+    mvhline(22, 1, ACS_HLINE, right - 1);
+    mvaddch(22, right, ACS_LRCORNER);
+}
+
+void draw_footer()
+{
+    int col = k_footer_column;
+    for (const footer_cell &c : footer_cells(footer)) {
+        const char text[2] = {c.ch, '\0'};
+        if (c.reversed)
+            attron(A_REVERSE);
+        put_text(stdscr, LINES - 1, col++, text);
+        if (c.reversed)
+            attroff(A_REVERSE);
+    }
+}
+
+void draw(const browse_run &b)
+{
+    clear();
+    draw_box();
+    header(nullptr);
+    const int shown = rows_shown(b.view);
+    for (int row = 1; row <= shown; ++row) {
+        const chain_item *e = b.index[static_cast<std::size_t>(b.view.top + row - 2)];
+        const track_rec *state = history_mode(b) ? table_record(e->album_no, e->track_no) : e->track;
+        char line[256];
+        format_list_line(line, sizeof line, e->album_no, e->track_no, *e->track, state != nullptr ? state->status : '-',
+                         state != nullptr ? state->online : 1, album_track_count(e->album_no));
+        if (row == b.view.row)
+            attron(A_REVERSE);
+        put_text(stdscr, k_first_row + row - 1, k_list_column, line);
+        if (row == b.view.row)
+            attroff(A_REVERSE);
+    }
+    draw_footer();
+    if (b.count != 0) {
+        char position[160];
+        format_position(position, sizeof position, current_ordinal(b.view), b.count);
+        const chain_item *e = current_element(b);
+        if (history_mode(b) && e != nullptr) {
+            char played[96];
+            std::snprintf(played, sizeof played, ". Played: %s", get_time(static_cast<std::time_t>(e->key)));
+            append_bounded(position, played);
+        }
+        attron(A_REVERSE);
+        put_text(stdscr, LINES - 1, 1, position);
+        attroff(A_REVERSE);
+    }
+    refresh();
+}
+
+// F3: the next element after the current one (wrapping) whose artist or title holds the find text.
+void find_next(browse_run &b)
+{
+    if (b.find_text[0] == '\0') {
+        if (prompt(12, 20, "Find: ", b.find_text, k_max_find, 0) == k_escape) {
+            b.find_text[0] = '\0';
+            return;
+        }
+        if (b.find_text[0] == '\0')
+            return;
+    }
+    const int n = static_cast<int>(b.index.size());
+    const int at = current_ordinal(b.view);
+    for (int step = 1; step < n; ++step) {
+        const int ordinal = (at - 1 + step) % n + 1;
+        const chain_item *e = b.index[static_cast<std::size_t>(ordinal - 1)];
+        if (contains(e->track->artist, b.find_text, 0) || contains(e->track->title, b.find_text, 0)) {
+            b.view = page_keep(b.view, n, ordinal);
+            return;
+        }
+    }
+    char text[128];
+    std::snprintf(text, sizeof text, "\"%s\" not found", b.find_text);
+    popup(text, 2);
+}
+
+// Ctrl-R: the sort menu.
+void sort_list(browse_run &b)
+{
+    const int row = menu_func(sort_menu, 0, "Sort Menu", "");
+    if (row < 0 || row >= k_sort_rows)
+        return;
+    b.reverse = false;
+    b.sort_row = row;
+    b.order = row + 1;
+    if (history_mode(b) && b.order == k_order_cdid)
+        b.order = k_order_history_time;
+    if (row == k_sort_original) {
+        cut_sort_suffix(heading);
+        copy_bounded(footer, b.saved_footer);
+        rebuild(b, source_list(b));
+        return;
+    }
+    rebuild(b, b.base);
+}
+
+// Ctrl-V: the list the other way round; twice gives it back as it was.
+void reverse_list(browse_run &b)
+{
+    const element_id was = id_of(current_element(b));
+    const int was_ordinal = current_ordinal(b.view);
+    b.reverse = !b.reverse;
+    if (history_mode(b) && b.order == k_order_append)
+        b.order = k_order_history_time;
+    show_base(b, was, was_ordinal);
+}
+
+// F5: asks the master server to refresh and reloads the album table. False when the server refused.
+bool refresh_list(browse_run &b)
+{
+    clear();
+    frame(stdscr);
+    refresh();
+    server_msg msg;
+    msg.socket = master_sock;
+    msg.type = REFRESH;
+    msg.album = 1;
+    msg.track = 0;
+    send_msg(&msg);
+    if (msg.album == 0xFFFF) {
+        error_msg("Control message failed", 0);
+        return false;
+    }
+    read_database();
+    if (b.mode == k_browse_console || b.mode == k_browse_offline)
+        rebuild(b, plist_head);
+    else
+        rebuild(b, b.base);
+    return true;
+}
+
+// Ctrl-T: the totals screen.
+void show_totals(const browse_run &b)
+{
+    const totals_text t = format_totals(sum_list(b.shown, history_mode(b)), history_mode(b));
+    clear();
+    put_text(stdscr, 6, 10, t.total);
+    put_text(stdscr, 8, 10, t.average);
+    if (t.offline[0] != '\0')
+        put_text(stdscr, 10, 10, t.offline);
+    char reply[2] = "";
+    prompt(20, 10, "Continue:", reply, 1, 0);
+}
+
+// A file opened for appending, closed when it goes out of scope.
+struct append_file {
+    std::FILE *f;
+    explicit append_file(const char *path) : f(std::fopen(path, "a")) {}
+    append_file(const append_file &) = delete;
+    append_file &operator=(const append_file &) = delete;
+    ~append_file()
+    {
+        if (f != nullptr)
+            std::fclose(f);
+    }
+};
+
+// j: appends a note about the current element to "Notes.txt".
+void write_note(const browse_run &b)
+{
+    append_file notes("Notes.txt");
+    if (notes.f == nullptr) {
+        error_msg("Cannot open note file", 0);
+        return;
+    }
+    clear();
+    std::string rule(k_notes_rule, '-');
+    std::fprintf(notes.f, "%s\n", rule.c_str());
+    const char *when = get_time(std::time(nullptr));
+    std::fprintf(notes.f, "%s\n", when);
+    put_text(stdscr, 2, 2, when);
+    const chain_item *e = current_element(b);
+    if (e != nullptr) {
+        char line[256];
+        std::snprintf(line, sizeof line, "%04d/%02d %s - %s", e->album_no, e->track_no, e->track->artist,
+                      e->track->title);
+        std::fprintf(notes.f, "%s\n\n", line);
+        put_text(stdscr, 3, 2, line);
+    } else {
+        std::fputs("\n", notes.f);
+    }
+    refresh();
+    for (form_field *f = notes_input; f->kind != 0; ++f) {
+        const int n = f->length < static_cast<int>(sizeof f->value) ? f->length : static_cast<int>(sizeof f->value) - 1;
+        std::memset(f->value, ' ', static_cast<std::size_t>(n));
+        f->value[n] = '\0';
+    }
+    form_func(notes_input);
+    for (form_field *f = notes_input; f->kind != 0; ++f) {
+        if (f->kind != 2)
+            continue;
+        f->value[sizeof f->value - 1] = '\0';
+        strip_trailing_blanks(f->value);
+        if (f->value[0] != '\0')
+            std::fprintf(notes.f, "%s\n", f->value);
+    }
+    std::fputs("\n", notes.f);
+}
+
+// Ctrl-L: plays the current element's track on this machine (album 0 tells the player it is off line).
+void play_locally(const browse_run &b)
+{
+    const chain_item *e = current_element(b);
+    if (e == nullptr)
+        return;
+    const track_rec *rec = table_record(e->album_no, e->track_no);
+    const bool online = rec != nullptr && rec->online != 0;
+    const int pid = local_player(online ? e->album_no : 0, e->track_no);
+    if (pid >= 0)
+        local_audio_pid = pid;
+}
+
+// Ctrl-Q: asks the local server to check for a retrieval.
+void retrieval_check()
+{
+    server_msg msg;
+    msg.socket = cd_srv_sock;
+    msg.type = RET_CHECK;
+    msg.album = 0;
+    msg.track = 0;
+    send_msg(&msg);
+}
+
+bool is_player_key(int key)
+{
+    return key == keys::left || key == keys::right || key == keys::ctrl_left1 || key == keys::ctrl_left2 ||
+           key == keys::ctrl_right1 || key == keys::ctrl_right2;
+}
+
+bool search_result_key(int r) { return r == 'c' || r == 't' || r == 'p' || r == 'd' || r == 'x'; }
+
+// The results that end the browser.
+constexpr int k_no_result = 1000;
+
+// Hands a key to the screen's callback; k_no_result to go on, else the browser's result.
+int pass_on(browse_run &b, int key)
+{
+    if (b.callback == nullptr)
+        return k_no_result;
+    if ((b.mode == k_browse_console || b.mode == k_browse_offline) && b.order != k_order_append)
+        return k_no_result;
+    chain_item *current = current_element(b);
+    if (key == 'a' && current == nullptr)
+        return k_no_result;
+    char heading_before[sizeof heading];
+    char footer_before[sizeof footer];
+    copy_bounded(heading_before, heading);
+    copy_bounded(footer_before, footer);
+    const int r = b.callback(current, key, b.mode);
+    if (r == -1 || r == -11)
+        return r;
+    if (b.callback == search_svce && search_result_key(r))
+        return r;
+    if (b.callback == exocd_svce) {
+        if (exo_head == nullptr)
+            return 0;
+        if (r == keys::esc) {
+            copy_bounded(heading, b.saved_heading);
+            copy_bounded(footer, b.saved_footer);
+            return k_escape;
+        }
+        if (r == keys::f(9) || r == keys::f(10))
+            b.mode = k_browse_cd_matches;
+    } else {
+        copy_bounded(heading, heading_before);
+        copy_bounded(footer, footer_before);
+    }
+    if (b.mode == k_browse_console || b.mode == k_browse_offline || b.mode == k_browse_cd_matches)
+        rebuild(b, source_list(b));
+    return k_no_result;
+}
+
+// Leaves the browser: the caller's list head gets the list it should hold.
+int leave(browse_run &b, int result)
+{
+    if (result == k_escape)
+        *b.head = (b.mode == k_browse_console || b.mode == k_browse_offline) ? plist_head : b.given;
+    release_copies(b);
+    return result;
+}
+
+}   // namespace
+
+int browser(chain_item **head, int count, int start, browse_callback callback, int mode)
+{
+    browse_run b;
+    b.head = head;
+    b.given = *head;
+    b.callback = callback;
+    b.mode = mode;
+    copy_bounded(b.saved_heading, heading);
+    copy_bounded(b.saved_footer, footer);
+    if (mode == k_browse_console || mode == k_browse_offline) {
+        take_copy(b, b.given);
+    } else {
+        b.base = b.shown = b.given;
+        reindex(b);
+    }
+    b.count = count;
+    b.view = page_start(static_cast<int>(b.index.size()), start);
+
+    bool redraw = true;
+    for (;;) {
+        if (redraw)
+            draw(b);
+        redraw = true;
+        const int key = get_input(&input, 0);
+        switch (key) {
+        case 0:
+            redraw = false;
+            break;
+        case -1:
+            if (b.mode == k_browse_console)
+                rebuild(b, plist_head);
+            break;
+        case keys::down:
+            page_step(b.view, page_move::down);
+            break;
+        case keys::up:
+            page_step(b.view, page_move::up);
+            break;
+        case keys::home:
+            page_step(b.view, page_move::home);
+            break;
+        case keys::end:
+            page_step(b.view, page_move::end);
+            break;
+        case keys::page_down:
+            page_step(b.view, page_move::page_down);
+            break;
+        case keys::page_up:
+            page_step(b.view, page_move::page_up);
+            break;
+        case keys::f(6):
+        case keys::first_alt1:
+        case keys::first_alt2:
+            page_step(b.view, page_move::first);
+            break;
+        case keys::f(7):
+        case keys::last_alt1:
+        case keys::last_alt2:
+            page_step(b.view, page_move::last);
+            break;
+        case keys::f(1):
+            help_screen(nullptr, 0, nullptr);
+            if (b.mode == k_browse_console)
+                rebuild(b, plist_head);
+            break;
+        case keys::f(2):
+            b.find_text[0] = '\0';
+            find_next(b);
+            break;
+        case keys::f(3):
+            find_next(b);
+            break;
+        case keys::f(4): {
+            const int form = menu_func(output_menu, 0, "Report Printing Menu", "");
+            if (form >= 0 && form <= 2)
+                output(b.shown, form, std::strncmp(heading, "Album", 5) == 0 ? 1 : 0);
+            break;
+        }
+        case keys::f(5):
+            if (!refresh_list(b))
+                return leave(b, -1);
+            break;
+        case keys::f(8):
+            if (b.mode == k_browse_no_ops) {
+                errno = 0;
+                error_msg("Operations sub-menu not allowed here", 0);
+            } else {
+                mass_apply(&b.shown, "", static_cast<int>(b.index.size()), 1);
+            }
+            break;
+        case keys::ctrl_a:
+            audio_func(nullptr, -1, nullptr);
+            break;
+        case keys::ctrl_h:
+            recent_history(nullptr, 0, nullptr);
+            break;
+        case keys::ctrl_l:
+            play_locally(b);
+            break;
+        case keys::ctrl_q:
+            retrieval_check();
+            redraw = false;
+            break;
+        case keys::ctrl_r:
+            sort_list(b);
+            break;
+        case keys::ctrl_t:
+            show_totals(b);
+            break;
+        case keys::ctrl_v:
+            reverse_list(b);
+            break;
+        case 'w': {
+            char text[128];
+            std::snprintf(text, sizeof text, "Date/Time is now: %s", get_time(std::time(nullptr)));
+            popup(text, 1);
+            break;
+        }
+        case 'j':
+            write_note(b);
+            break;
+        case keys::esc:
+            if (forward_to_player(keys::esc)) {
+                local_audio_pid = 0;
+                redraw = false;
+                break;
+            }
+            copy_bounded(heading, b.saved_heading);
+            copy_bounded(footer, b.saved_footer);
+            return leave(b, k_escape);
+        default: {
+            if (is_player_key(key) && forward_to_player(key)) {
+                redraw = false;
+                break;
+            }
+            const int r = pass_on(b, key);
+            if (r != k_no_result)
+                return leave(b, r);
+            break;
+        }
+        }
+    }
+}

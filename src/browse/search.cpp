@@ -1,0 +1,507 @@
+// The searches of the album table and the per-track keys of every track list.
+#include "browse/search.hpp"
+
+#include "album/album_screens.hpp"
+#include "audio/player.hpp"
+#include "browse/apply.hpp"
+#include "browse/browse_layout.hpp"
+#include "browse/browser.hpp"
+#include "browse/chain.hpp"
+#include "browse/keys.hpp"
+#include "browse/search_scan.hpp"
+#include "browse/wav_check.hpp"
+#include "core/input.hpp"
+#include "core/link.hpp"
+#include "core/signals.hpp"
+#include "core/startup.hpp"
+#include "db/album.hpp"
+#include "media/duplicates.hpp"
+#include "playlist/chains.hpp"
+#include "playlist/console.hpp"
+#include "playlist/offline.hpp"
+#include "playlist/state.hpp"
+#include "proto/msg_types.hpp"
+#include "proto/text_util.hpp"
+#include "ui/menu.hpp"
+#include "ui/popup.hpp"
+#include "ui/screen.hpp"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <curses.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int k_search_text = 50;          // characters of a search text
+constexpr int k_last_selectable = 8999;    // albums from 9000 up are not offered the selection keys
+constexpr long k_refused = 0xFFFF;         // a reply's album field when the server refused
+
+constexpr const char *k_search_title = "Enter Artist and/or Title To Search For";
+
+// Builds a list from hits; the number of elements, or -1 when memory ran out.
+int list_of_hits(chain_item **list, int order, const std::vector<chain_entry> &hits, int keep_duplicates)
+{
+    *list = nullptr;
+    return build_chain(list, order, hits, keep_duplicates);
+}
+
+// The heading of a search's results; cs adds the ';' the sort description takes.
+void search_heading(const char *artist, const char *title, bool cs)
+{
+    const char *end = cs ? ";" : "";
+    if (artist[0] != '\0' && title[0] != '\0')
+        std::snprintf(heading, sizeof heading, "Artists containing \"%s\" & Titles containing \"%s\"%s", artist, title,
+                      end);
+    else if (artist[0] != '\0')
+        std::snprintf(heading, sizeof heading, "Artists containing \"%s\"%s", artist, end);
+    else
+        std::snprintf(heading, sizeof heading, "Titles containing \"%s\"%s", title, end);
+}
+
+// Reads an exact text after a label: the text is edited one column after the label's end.
+int read_verbatim(int row, int column, const char *label, char *buf, int size)
+{
+    put_text(stdscr, row, column, label);
+    move(row, column + static_cast<int>(std::strlen(label)));
+    return get_string_verbatim(buf, size);
+}
+
+// Blanks a text field that a prompt left on the screen.
+void blank_field(int row, int column, int length)
+{
+    const std::string blanks(static_cast<std::size_t>(length), ' ');
+    put_text(stdscr, row, column, blanks.c_str());
+}
+
+// One selection request for a track to the master server.
+void selection_request(std::int64_t type, int album_no, int track_no)
+{
+    auto msg = std::make_unique<server_msg>();
+    msg->socket = master_sock;
+    msg->type = type;
+    msg->album = album_no;
+    msg->track = track_no;
+    send_msg(msg.get());
+    if (msg->album == k_refused) {
+        errno = 0;
+        error_msg("Send message failed", 0);
+    }
+}
+
+// A yes/no question at row 16, column 10.
+bool confirmed(const char *question)
+{
+    char reply[2] = "";
+    return prompt(16, 10, question, reply, 1, 0) == 'y';
+}
+
+// l: the tracks of the element's album, in their order, starting on its own track.
+void album_track_list(const chain_item *e)
+{
+    const int a = e->album_no;
+    if (a < 0 || a >= k_album_slots)
+        return;
+    std::vector<chain_entry> entries;
+    for (int t = 1; t <= album_track_count(a) && t < k_max_entries; ++t)
+        entries.push_back({.album_no = a, .track_no = t, .key = 0});
+    chain_item *list = nullptr;
+    const int count = list_of_hits(&list, k_order_append, entries, 1);
+    if (count < 0)
+        return;
+    char saved_heading[sizeof heading];
+    char saved_footer[sizeof footer];
+    copy_bounded(saved_heading, heading);
+    copy_bounded(saved_footer, footer);
+    const track_rec &head = album[a].entry[0];
+    std::snprintf(heading, sizeof heading, "%04d: %.28s - %.29s [%s]", a, head.artist, head.title, head.time);
+    copy_bounded(footer, "^add to PlayList    ^more by this artist   ^^WAV Check");
+    browser(&list, count, e->track_no, search_svce, k_browse_album);
+    free_chain(list);
+    copy_bounded(heading, saved_heading);
+    copy_bounded(footer, saved_footer);
+}
+
+// m: the tracks of every album whose artist is like the element's, in Title Order.
+void more_by_artist(const chain_item *e)
+{
+    put_text(stdscr, 12, 30, "Please Wait....");
+    refresh();
+    char artist[sizeof(track_rec::artist)];
+    copy_bounded(artist, e->track->artist);
+    std::vector<chain_entry> hits;
+    find_more_by_artist(hits, artist, e->album_no, e->track_no, max_album);
+    chain_item *list = nullptr;
+    const int count = list_of_hits(&list, k_order_title, hits, 1);
+    if (count < 0)
+        return;
+    if (count == 0) {
+        popup("Sorry, nothing found", 1);
+        return;
+    }
+    char saved_heading[sizeof heading];
+    char saved_footer[sizeof footer];
+    copy_bounded(saved_heading, heading);
+    copy_bounded(saved_footer, footer);
+    copy_bounded(footer, "^add to PlayList     Album-Track^list");
+    int r;
+    do {
+        std::snprintf(heading, sizeof heading, "More tracks by %.29s", artist);
+        r = browser(&list, count, 0, search_svce, k_browse_duplicates);
+    } while (r != k_escape);
+    free_chain(list);
+    copy_bounded(heading, saved_heading);
+    copy_bounded(footer, saved_footer);
+}
+
+bool track_online(int album_no, int track_no)
+{
+    const track_rec *r = table_record(album_no, track_no);
+    return r != nullptr && r->online != 0;
+}
+
+// Tab: the WAV check of one track.
+void check_track(int album_no, int track_no)
+{
+    clear();
+    frame(stdscr);
+    char path[64];
+    media_path(path, sizeof path, album_no, track_no);
+    char line[128];
+    std::snprintf(line, sizeof line, "Checking track: %s:", path);
+    put_text(stdscr, 10, 6, line);
+    refresh();
+    char result[128];
+    check_media_file(path, track_online(album_no, track_no), album_no, track_no, "  OK ", result, sizeof result);
+    put_text(stdscr, 12, 6, result);
+    char reply[2] = "";
+    prompt(20, 6, "Continue: ", reply, 1, 0);
+}
+
+// Ctrl-W: the WAV check of every track of the album; good tracks share one line, faults stay.
+void check_album(int album_no)
+{
+    clear();
+    frame(stdscr);
+    const int tracks = album_track_count(album_no);
+    char line[128];
+    std::snprintf(line, sizeof line, "Checking %d tracks on album %04d:", tracks, album_no);
+    put_text(stdscr, 2, 10, line);
+    int row = 4;
+    int errors = 0;
+    const std::string blank_line(static_cast<std::size_t>(COLS > 12 ? COLS - 11 : 1), ' ');
+    for (int t = 1; t <= tracks && t < k_max_entries; ++t) {
+        put_text(stdscr, row, 10, blank_line.c_str());
+        char path[64];
+        media_path(path, sizeof path, album_no, t);
+        std::snprintf(line, sizeof line, "%s:.....", path);
+        put_text(stdscr, row, 10, line);
+        refresh();
+        char result[128];
+        const bool ok = check_media_file(path, track_online(album_no, t), album_no, t, "  OK   ", result, sizeof result);
+        put_text(stdscr, row, 28, result);
+        refresh();
+        if (ok) {
+            napms(500);
+        } else {
+            ++errors;
+            ++row;
+        }
+    }
+    char reply[2] = "";
+    if (errors > 0) {
+        std::snprintf(line, sizeof line, "%d error%c found: Continue: ", errors, errors < 2 ? ' ' : 's');
+        prompt(20, 10, line, reply, 1, 0);
+    } else {
+        put_text(stdscr, row, 10, blank_line.c_str());
+        prompt(20, 10, "All Tracks OK: Continue: ", reply, 1, 0);
+    }
+}
+
+// b: every track of the element's album to the list screens' playlist.
+void add_whole_album(int album_no)
+{
+    char line[128];
+    std::snprintf(line, sizeof line, "Do you really want to add ALL tracks on Album %04d", album_no);
+    put_text(stdscr, 10, 6, line);
+    char question[192];
+    std::snprintf(question, sizeof question, "to the playlist \"%s\"?", cur_plist);
+    char reply[2] = "";
+    if (prompt(12, 6, question, reply, 1, 0) != 'y')
+        return;
+    put_text(stdscr, 12, 30, "Please Wait....");
+    refresh();
+    if (cur_plist[0] == '\0')
+        copy_bounded(cur_plist, k_current_plist);
+    for (int t = 1; t <= album_track_count(album_no) && t < k_max_entries; ++t)
+        plist_add_svce(album_no, t, cur_plist, 0, master_sock);
+}
+
+// The shared end of both case-sensitive searches: the results browsed once.
+int browse_cs_results(chain_item *list, int count)
+{
+    if (count <= 0) {
+        if (count == 0)
+            popup("Sorry, nothing found", 1);
+        return -1;
+    }
+    copy_bounded(footer, "^^R re-sort  ^^V reverse sort-order   track^list");
+    browser(&list, count, 0, search_svce, k_browse_plain);
+    free_chain(list);
+    return -1;
+}
+
+// Brings back the interactive program's interrupt handling after a case-sensitive search.
+struct interrupt_restorer {
+    interrupt_restorer()
+    {
+        abort_sig = 0;
+        install_handler(SIGINT, abort_func);
+    }
+    interrupt_restorer(const interrupt_restorer &) = delete;
+    interrupt_restorer &operator=(const interrupt_restorer &) = delete;
+    ~interrupt_restorer() { install_handler(SIGINT, interrupt_func); }
+};
+
+// The case-sensitive artist/title search.
+int cs_artist_title()
+{
+    clear();
+    frame(stdscr);
+    header(k_search_title);
+    put_text(stdscr, 12, 12, "Title:  ");
+    char artist[k_search_text + 2] = "";
+    char title[k_search_text + 2] = "";
+    if (read_verbatim(10, 12, "Artist: ", artist, k_search_text) == k_escape)
+        return k_escape;
+    if (read_verbatim(12, 12, "Title:  ", title, k_search_text) == k_escape)
+        return k_escape;
+    if (artist[0] == '\0' && title[0] == '\0')
+        return k_escape;
+    clear();
+    put_text(stdscr, 12, 30, "Please Wait ....");
+    refresh();
+    std::vector<chain_entry> hits;
+    find_tracks(hits, artist, title, 1, true, max_album);
+    chain_item *list = nullptr;
+    const int count = list_of_hits(&list, artist[0] != '\0' ? k_order_artist : k_order_title, hits, 1);
+    search_heading(artist, title, true);
+    return browse_cs_results(list, count);
+}
+
+// The case-sensitive search for a text anywhere, albums included.
+int cs_global()
+{
+    clear();
+    frame(stdscr);
+    header("Enter String To Search For");
+    char text[k_search_text + 2] = "";
+    if (read_verbatim(12, 16, "Search for: ", text, k_search_text) == k_escape)
+        return 1;
+    std::snprintf(heading, sizeof heading, "All Occurrences Of String \"%s\"", text);
+    clear();
+    frame(stdscr);
+    header(nullptr);
+    put_text(stdscr, 12, 30, "Please Wait....");
+    std::vector<chain_entry> hits;
+    for (int a = 1; a <= max_album && a < k_album_slots; ++a) {
+        char number[8];
+        std::snprintf(number, sizeof number, "%04d", a);
+        put_text(stdscr, 12, 44, number);
+        refresh();
+        find_in_album(hits, a, text);
+    }
+    chain_item *list = nullptr;
+    const int count = list_of_hits(&list, k_order_artist, hits, 1);
+    return browse_cs_results(list, count);
+}
+
+}   // namespace
+
+int search(const void *, int keep_duplicates)
+{
+    clear();
+    frame(stdscr);
+    header(k_search_title);
+    curs_set(1);
+    put_text(stdscr, 12, 12, "Title:  ");
+    char artist[k_search_text + 1] = "";
+    char title[k_search_text + 1] = "";
+    if (prompt(10, 12, "Artist: ", artist, k_search_text, 0) == k_escape)
+        return k_escape;
+    int order = k_order_artist;
+    if (artist[0] == '\0') {
+        blank_field(10, 12 + static_cast<int>(std::strlen("Artist: ")) + 1, k_search_text);
+        order = k_order_title;
+    }
+    if (prompt(12, 12, "Title:  ", title, k_search_text, 0) == k_escape)
+        return k_escape;
+    if (artist[0] == '\0' && title[0] == '\0')
+        return k_escape;
+    clear();
+    put_text(stdscr, 12, 30, "Please Wait ....");
+    refresh();
+    std::vector<chain_entry> hits;
+    find_tracks(hits, artist, title, 0, true, max_album);
+    chain_item *list = nullptr;
+    const int count = list_of_hits(&list, order, hits, keep_duplicates);
+    if (count <= 0) {
+        if (count == 0)
+            popup("Sorry, nothing found", 1);
+        return -1;
+    }
+    char saved_heading[sizeof heading];
+    char saved_footer[sizeof footer];
+    copy_bounded(saved_heading, heading);
+    copy_bounded(saved_footer, footer);
+    search_heading(artist, title, false);
+    copy_bounded(footer, "^add to playlist   ^more by this artist   track^list");
+    while (browser(&list, count, 0, search_svce, k_browse_plain) != k_escape) {
+    }
+    free_chain(list);
+    copy_bounded(heading, saved_heading);
+    copy_bounded(footer, saved_footer);
+    curs_set(0);
+    return -4;
+}
+
+int cs_search(const void *, int code, const char *)
+{
+    char saved_heading[sizeof heading];
+    char saved_footer[sizeof footer];
+    copy_bounded(saved_heading, heading);
+    copy_bounded(saved_footer, footer);
+    int result;
+    {
+        const interrupt_restorer interrupts;
+        result = code == 1 ? cs_global() : cs_artist_title();
+    }
+    copy_bounded(heading, saved_heading);
+    copy_bounded(footer, saved_footer);
+    curs_set(0);
+    return result;
+}
+
+int search_svce(chain_item *current, int key, int mode)
+{
+    if (current == nullptr)
+        return key;
+    const int a = current->album_no;
+    const int t = current->track_no;
+    switch (key) {
+    case keys::enter:
+    case keys::carriage_return:
+    case keys::line_feed:
+    case 'i':
+        details(a, t);
+        return 0;
+    case 'e': {
+        char number[16];
+        std::snprintf(number, sizeof number, "%d", a);
+        edit_album(number, t, "Edit Album");
+        return 0;
+    }
+    case 'f':
+        add_to_chosen_plist(a, t);
+        return 0;
+    case 'l':
+        if (mode == k_browse_album)
+            return -1;
+        album_track_list(current);
+        return 0;
+    case 'm':
+        more_by_artist(current);
+        return 0;
+    case 'q':
+        add_to_chain(a, t);
+        return 0;
+    case 'v':
+        view_chain(a, t);
+        return 0;
+    case 'x':
+        return 'x';
+    case keys::ctrl_w:
+        check_album(a);
+        return 0;
+    case keys::tab:
+        check_track(a, t);
+        return 0;
+    default:
+        break;
+    }
+    if (a < 1 || a > k_last_selectable)
+        return 0;
+    if (key == 'a') {
+        if (cur_plist[0] == '\0' || mode == k_browse_album)
+            copy_bounded(cur_plist, k_current_plist);
+        plist_add(current, cur_plist);
+        return key;
+    }
+    if (key == 'd' && mode == k_browse_duplicates)
+        return 'd';
+
+    const track_rec *rec = table_record(a, t);
+    const char status = rec != nullptr ? rec->status : '-';
+    char line[192];
+    std::snprintf(line, sizeof line, "%04d/%02d: %s - %s", a, t, current->track->artist, current->track->title);
+    const bool asks = key == 'b' || key == keys::ctrl_s || key == keys::ctrl_d || key == keys::ctrl_u ||
+                      key == keys::ctrl_n || key == keys::ctrl_o;
+    if (asks) {
+        clear();
+        frame(stdscr);
+    }
+    put_text(stdscr, 8, 10, line);
+    refresh();
+    switch (key) {
+    case 'b':
+        add_whole_album(a);
+        break;
+    case 'd':
+        last_album = a;
+        check_duplicate(nullptr, a, nullptr);
+        break;
+    case keys::ctrl_s:
+        if (status == 'S')
+            popup("Track is already on the shortlist", 2);
+        else if (confirmed("Add this track to the shortlist?"))
+            selection_request(SHORTLIST, a, t);
+        break;
+    case keys::ctrl_d:
+        if (status != 'S')
+            popup("Track is not on the shortlist", 2);
+        else if (confirmed("Remove this track from the shortlist?"))
+            selection_request(DONOTPLAY, a, t);
+        break;
+    case keys::ctrl_u:
+        if (status == 'U')
+            popup("Track is already on the unplayable list", 2);
+        else if (confirmed("Are you sure you wish to add this track to the unplayable list?"))
+            selection_request(UNPLAYABLE, a, t);
+        break;
+    case keys::ctrl_n:
+        if (status == 'N')
+            popup("Track is already set to 'Do not select'", 2);
+        else if (confirmed("Remove this track from the normal selection?"))
+            selection_request(NO_SELECT, a, t);
+        break;
+    case keys::ctrl_o:
+        if (confirmed("Are you sure you wish to offline this track?")) {
+            then = std::time(nullptr);
+            playtime = 8;
+            paused = 0;
+            selection_request(OFFLINE, a, t);
+            if (a == retrieve_album)
+                retrieve_album = k_no_album;
+        }
+        break;
+    default:
+        controls(key);
+        break;
+    }
+    return key;
+}
