@@ -27,8 +27,8 @@
 
 namespace {
 
-inline constexpr std::int64_t k_failed = 0xFFFF;   // reply album of a refused request
-inline constexpr std::int64_t k_playlists_listing = 0x8000;   // DIRLIST album field of a playlist listing
+constexpr std::int64_t k_failed = 0xFFFF;              // reply album of a refused request
+constexpr std::int64_t k_playlists_listing = 0x8000;          // DIRLIST album field of a playlist listing
 
 // The one request record of the run: each request sets only its own fields,
 // so the others carry what the previous reply left.
@@ -44,7 +44,7 @@ void put_text_line(const char *text)
     std::fputc('\n', stdout);
 }
 
-// A track entry of the table, or nullptr for numbers outside it.
+// An album of the table, or nullptr for numbers outside it.
 const album_rec *album_of(int album_no)
 {
     return album_no >= 0 && album_no < k_album_slots ? &album[album_no] : nullptr;
