@@ -28,7 +28,7 @@
 namespace {
 
 constexpr std::int64_t k_failed = 0xFFFF;              // reply album of a refused request
-constexpr std::int64_t k_playlists_listing = 0x8000;          // DIRLIST album field of a playlist listing
+constexpr std::int64_t k_playlists_listing = 0x8000;   // DIRLIST album field of a playlist listing
 
 // The one request record of the run: each request sets only its own fields,
 // so the others carry what the previous reply left.
