@@ -82,6 +82,8 @@ def test_help_ends_the_scan(cli, fake):
 def test_arguments_that_match_nothing_alone_are_unrecognized(cli, fake):
     assert run_ok(cli, fake, "hello") == "! Unrecognized command\n"
     assert run_ok(cli, fake, "-x", "--", "--Help", "--artist", "A") == "! Unrecognized command\n"
+    # --album alone names no operation.
+    assert run_ok(cli, fake, "--album", "--title", "T") == "! Unrecognized command\n"
     assert requests(fake) == []
     assert fake.of_type(ALBUM_READ) == []
 

@@ -2,16 +2,18 @@
 
 import os
 import random
+import shutil
 import signal
 import string
 import subprocess
+import tempfile
 import time
 
 import pytest
 
 from conftest import ZERKA, write_cfg
 from fakeserver import ALBUM_WRITE, CONSOLE, GET_MODE, album_text
-from realserver import RealServer
+from realserver import ZERKASERVER, RealServer
 
 MODES = ["Undefined", "Console", "Jukebox", "Random", "Mixed", "Playlist", "Play-Mixed"]
 
@@ -189,6 +191,23 @@ def test_stop_local_on_the_master_shuts_the_server_down(server):
     assert zerka(server, "--stop-local", input=b"y") == \
         "\n    WARNING: this will shut down the MASTER server:  Are you sure?  \n"
     server.proc.wait(timeout=10)
+
+
+def test_stop_local_in_local_mode_stops_only_the_local_server(server):
+    local_root = tempfile.mkdtemp(prefix="zks", dir="/tmp")
+    local = subprocess.Popen([ZERKASERVER, "--root", local_root, "--listen", "127.0.0.2", "--port", str(server.port),
+                              "--log", os.path.join(local_root, "log")], stdout=subprocess.PIPE, text=True)
+    try:
+        assert local.stdout.readline().startswith("zerkaserver listening on 127.0.0.2:")
+        write_cfg(server.root, server.port, mode="local", loopback="127.0.0.2")
+        assert zerka(server, "--stop-local") == "Local server will now shut down\n"
+        local.wait(timeout=10)
+        assert server.alive()
+    finally:
+        if local.poll() is None:
+            local.kill()
+            local.wait()
+        shutil.rmtree(local_root, ignore_errors=True)
 
 
 def test_audio_stream_from_the_real_server(server):
