@@ -115,8 +115,8 @@ struct client_result {
     int lines;   // lines the search printed
 };
 
-// One run of the program, its output counted.
-client_result client_run(const char *zerka, const char *root, const char *artist)
+// One run of the program with the given arguments, its output counted.
+client_result client_run(const char *zerka, const char *root, const char *const *args)
 {
     int fds[2];
     if (pipe(fds) != 0) {
@@ -130,8 +130,11 @@ client_result client_run(const char *zerka, const char *root, const char *artist
         close(fds[0]);
         close(fds[1]);
         setenv("ZERKA", root, 1);
-        const char *const argv[] = {zerka, "--search", "--artist", artist, nullptr};
-        execv(zerka, const_cast<char *const *>(argv));
+        std::vector<const char *> argv = {zerka};
+        for (const char *const *a = args; *a != nullptr; ++a)
+            argv.push_back(*a);
+        argv.push_back(nullptr);
+        execv(zerka, const_cast<char *const *>(argv.data()));
         _exit(127);
     }
     close(fds[1]);
@@ -169,23 +172,29 @@ int main(int argc, char **argv)
     const int port = std::atoi(argv[3]);
     const char *artist = argv[4];
     const int rounds = argc > 5 ? std::max(1, std::atoi(argv[5])) : 7;
+    const char *const search_args[] = {"--search", "--artist", artist, nullptr};
+    const char *const mode_args[] = {"--mode", nullptr};
     std::vector<double> client;
     std::vector<double> floor;
+    std::vector<double> start_up;
     int reads = 0;
     int lines = 0;
     for (int i = 0; i < rounds; ++i) {
         const floor_result f = bare_load(port);
         floor.push_back(f.secs);
         reads = f.round_trips;
-        const client_result c = client_run(zerka, root, artist);
+        const client_result c = client_run(zerka, root, search_args);
         client.push_back(c.secs);
         lines = c.lines;
+        start_up.push_back(client_run(zerka, root, mode_args).secs);
     }
     const double c = median(client);
     const double f = median(floor);
+    const double s = median(start_up);
     std::printf("album reads per run:      %d\n", reads);
     std::printf("lines found for \"%s\":   %d\n", artist, lines);
     std::printf("zerka --search (median):  %.1f ms\n", c * 1000);
+    std::printf("zerka --mode (median):    %.1f ms (start-up, greeting, one request)\n", s * 1000);
     std::printf("floor round trips:        %.1f ms\n", f * 1000);
     std::printf("ratio search/floor:       %.2f\n", c / f);
     return 0;

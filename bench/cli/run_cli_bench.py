@@ -3,6 +3,13 @@
 of 3000 albums, as a ratio to the floor of bare album-read round trips (cli_bench).
 
     bench/cli/run_cli_bench.py [--build DIR] [--zerka PROGRAM] [--albums N] [--tracks N] [--artist X] [--rounds N]
+                               [--pin CPUS]
+
+On a machine with few cores the result depends much on where the scheduler
+puts a freshly started client relative to the server (the floor's long-lived
+process tends to share the server's core, a new process often does not); --pin
+runs the server, the floor and the client on the given CPUs (taskset list, e.g.
+0 or 0,1) for a comparison with equal placement.
 
 The library is written through the server's own ALBUM_WRITE requests, so the
 benchmark does not depend on how the server stores it.
@@ -66,11 +73,13 @@ def main():
     ap.add_argument("--tracks", type=int, default=12)
     ap.add_argument("--artist", default="Bench Artist 1234")
     ap.add_argument("--rounds", type=int, default=7)
+    ap.add_argument("--pin", default=None, help="CPU list for server, floor and client (taskset -c)")
     args = ap.parse_args()
 
     server_root = tempfile.mkdtemp(prefix="zkbs", dir="/tmp")
     client_root = tempfile.mkdtemp(prefix="zkbc", dir="/tmp")
-    server = subprocess.Popen([os.path.join(args.build, "zerkaserver"), "--root", server_root, "--port", "0",
+    pin = ["/usr/bin/taskset", "-c", args.pin] if args.pin else []
+    server = subprocess.Popen(pin + [os.path.join(args.build, "zerkaserver"), "--root", server_root, "--port", "0",
                                "--log", os.path.join(server_root, "server.log")],
                               stdout=subprocess.PIPE, text=True)
     try:
@@ -87,7 +96,7 @@ def main():
                          ("EXPORT_FOLDER", client_root), ("WAV_PATH", client_root), ("WAV_FOLDER", "Incoming")):
                 f.write("%s %s\n" % (k, v))
         bench = os.path.join(args.build, "bench", "cli", "cli_bench")
-        r = subprocess.run([bench, args.zerka or os.path.join(args.build, "zerka"), client_root, str(port), args.artist,
+        r = subprocess.run(pin + [bench, args.zerka or os.path.join(args.build, "zerka"), client_root, str(port), args.artist,
                             str(args.rounds)])
         return r.returncode
     finally:
