@@ -1,20 +1,30 @@
 #!/bin/sh
-# Builds the program and runs it on a demo server on loopback.
-# (Until the companion server lands, the demo server is the test suite's fake
-# server with a small invented library: it answers, but plays nothing.)
+# Builds the program and runs it against zerkaserver on loopback, with the
+# demo library (invented albums and synthesised music) in demo-root/.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 scripts/build.sh
+# The client keeps its root in 80 characters, so the root stays short.
 root="$PWD/demo-root"
-mkdir -p "$root/PlayLists" "$root/Reports" "$root/Media" "$root/History"
+if [ ! -f "$root/zerka.db" ]; then
+  ./build/zerkaserver --make-demo "$root"
+fi
 portfile=$(mktemp)
-/usr/bin/python3 tests/e2e/fakeserver.py >"$portfile" &
+./build/zerkaserver --root "$root" --listen 127.0.0.1 --port 0 --log "$root/zerkaserver.log" >"$portfile" &
 server=$!
-trap 'kill $server 2>/dev/null || true; rm -f "$portfile"' EXIT INT TERM
-while [ ! -s "$portfile" ]; do sleep 0.1; done
-port=$(head -n 1 "$portfile")
+trap 'kill $server 2>/dev/null || true; wait $server 2>/dev/null || true; rm -f "$portfile"' EXIT
+trap 'exit 130' INT TERM
+while ! grep -q "listening on" "$portfile"; do
+  if ! kill -0 $server 2>/dev/null; then
+    echo "zerkaserver did not start; see $root/zerkaserver.log" >&2
+    exit 1
+  fi
+  sleep 0.1
+done
+port=$(sed -n 's/^zerkaserver listening on .*:\([0-9]*\)$/\1/p' "$portfile")
 cat >"$root/zerka.cfg" <<CFG
+SERVER_NAME Zerka
 SERVER_MODE master
 MASTER_SERVER 127.0.0.1
 MASTER_PORT $port

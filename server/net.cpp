@@ -69,7 +69,7 @@ struct server {
     tcp::acceptor acceptor{io};
     asio::steady_timer tick{io};
     asio::steady_timer stop_timer{io};
-    asio::signal_set signals{io, SIGINT, SIGTERM};
+    asio::signal_set signals{io, SIGTERM};
     server_state &st;
     pulse_out *pulse = nullptr;
     std::map<int, std::shared_ptr<connection>> conns;
@@ -368,6 +368,11 @@ int run_server(server_state &st, const net_options &opt)
         pulse_start(pulse);
         srv.pulse = &pulse;
     }
+    // An interrupt that was ignored when the server started (a background job of
+    // a script whose terminal the client uses) stays ignored.
+    struct sigaction old {};
+    if (sigaction(SIGINT, nullptr, &old) == 0 && old.sa_handler != SIG_IGN)
+        srv.signals.add(SIGINT);
     srv.signals.async_wait([&srv](const std::error_code &e, int sig) {
         if (!e) {
             slog("Signal %d", sig);
