@@ -21,7 +21,12 @@ void loc_play_display(int sig, siginfo_t *info, void *context);
 void loc_play_redraw();
 
 // Sends a key to the running player (found by name when local_audio_pid is 0); false when none runs.
+// The terminal's own codes for control with the cursor keys go as the codes the player knows.
 bool forward_to_player(int key);
+
+// True for a key the player acts on: Esc, the cursor keys left and right, and
+// control with them, in the fixed codes or this terminal's own.
+bool player_takes_key(int key);
 
 // SIGINT handler of long jobs: sets abort_sig.
 void abort_func(int sig);

@@ -12,6 +12,31 @@ key_effect go_to_end(player_pos &p)
 
 }   // namespace
 
+int player_key_code(int key, std::string_view curses_name)
+{
+    if (curses_name == "kLFT5")
+        return k_player_ctrl_left_a;
+    if (curses_name == "kRIT5")
+        return k_player_ctrl_right_a;
+    return key;
+}
+
+bool player_key(int code)
+{
+    switch (code) {
+    case k_player_esc:
+    case k_player_left:
+    case k_player_right:
+    case k_player_ctrl_left_a:
+    case k_player_ctrl_left_b:
+    case k_player_ctrl_right_a:
+    case k_player_ctrl_right_b:
+        return true;
+    default:
+        return false;
+    }
+}
+
 key_effect apply_player_key(player_pos &p)
 {
     switch (p.skip_value) {
