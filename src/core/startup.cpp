@@ -117,13 +117,17 @@ void interrupt_question()
     refresh();
     wtimeout(stdscr, 100);
     install_handler(SIGINT, interrupt_func);
+    // The screen under the question was wiped: every screen redraws itself as after a resize.
+    ++resize_generation;
 }
 
 void resize_screen()
 {
     winsize ws = {};
+    // resize_term, not resizeterm: the latter also queues a KEY_RESIZE "key",
+    // which a question would take for the operator's answer.
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &ws) == 0 && ws.ws_row > 0 && ws.ws_col > 0)
-        resizeterm(ws.ws_row, ws.ws_col);
+        resize_term(ws.ws_row, ws.ws_col);
     clear();
     frame(stdscr);
     header(nullptr);

@@ -1,6 +1,7 @@
+// One key of the field editor applied to its work buffer.
 #include "ui/form.hpp"
+#include "ui/keys.hpp"
 
-#include <cctype>
 #include <cstring>
 
 int field_edit_key(field_edit &e, int key, bool &bell)
@@ -9,62 +10,63 @@ int field_edit_key(field_edit &e, int key, bool &bell)
     char *b = e.buf;
     const int n = e.length;
     switch (key) {
-    case -1:
-    case 331:   // Insert: the field is always in insert mode
+    case -1:              // no key: draw again
+    case k_key_insert:    // the field is always in insert mode
         return 0;
-    case 260:   // Left
+    case k_key_left:
         if (e.cursor > 0)
             --e.cursor;
         return 0;
-    case 261:   // Right
+    case k_key_right:
         if (e.cursor < n - 1)
             ++e.cursor;
         return 0;
-    case 262:   // Home
+    case k_key_home:
         e.cursor = 0;
         return 0;
-    case 360: {   // End: just after the last non-space character
+    case k_key_end: {   // just after the last non-space character
         int last = n;
         while (last > 0 && b[last - 1] == ' ')
             --last;
         e.cursor = last;
         return 0;
     }
-    case 263:   // Backspace
-    case 8:
+    case k_key_backspace:
+    case k_key_ctrl_h:
         if (e.cursor > 0) {
             std::memmove(b + e.cursor - 1, b + e.cursor, static_cast<std::size_t>(n - e.cursor));
             b[n - 1] = ' ';
             --e.cursor;
         }
         return 0;
-    case 330:   // Delete
+    case k_key_delete:
         if (e.cursor < n) {
             std::memmove(b + e.cursor, b + e.cursor + 1, static_cast<std::size_t>(n - e.cursor - 1));
             b[n - 1] = ' ';
         }
         return 0;
-    case 343:
-    case 10:
-    case 13:
-    case 9:
-    case 258:
+    case k_key_enter:
+    case k_key_linefeed:
+    case k_key_return:
+    case k_key_tab:
+    case k_key_down:
         return k_field_next;
-    case 259:
+    case k_key_up:
         return k_field_prev;
-    case 338:
-    case 23:
+    case k_key_page_down:
+    case k_key_ctrl_w:
         return k_field_page_down;
-    case 339:
+    case k_key_page_up:
         return k_field_page_up;
-    case 19:
+    case k_key_ctrl_s:
         return k_field_save;
-    case 27:
+    case k_key_esc:
         return k_field_esc;
     default:
         break;
     }
-    if (key < 0 || key > 255 || !std::isprint(key))
+    // Printable characters only (the program runs in the C locale: blank to tilde).
+    if (key < ' ' || key > '~')
         return 0;
     if (e.cursor < n) {
         std::memmove(b + e.cursor + 1, b + e.cursor, static_cast<std::size_t>(n - e.cursor - 1));
@@ -72,5 +74,5 @@ int field_edit_key(field_edit &e, int key, bool &bell)
         return 0;
     }
     bell = true;
-    return e.advance ? 1 : 0;
+    return e.advance ? k_field_push_back : 0;
 }

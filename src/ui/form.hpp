@@ -34,9 +34,22 @@ int input_field(form_field *field);
 // Draws a form and walks the cursor through its editable rows.
 int form_func(form_field *form);
 
+// The row handler that does nothing (returns -1).
+int null_func(form_field *form, int row);
+
 extern form_field data_input[9];      // the album/track record editor
 extern form_field notes_input[9];     // eight lines of album notes
 extern form_field trackno_input[2];   // a single track number
+
+// The rows of data_input.
+inline constexpr int k_form_number = 0;        // "Album No:" / "Track No:"
+inline constexpr int k_form_artist = 1;
+inline constexpr int k_form_title = 2;
+inline constexpr int k_form_time = 3;
+inline constexpr int k_form_status = 4;
+inline constexpr int k_form_last_played = 5;
+inline constexpr int k_form_online = 6;
+inline constexpr int k_form_plays = 7;
 
 // Moves an album (track 0) or a track of the database into data_input, and back.
 void copy_to_form(int album_no, int track_no);
@@ -48,10 +61,12 @@ void clear_form();
 // The pure editing step of input_field on a work buffer (exposed for tests).
 struct field_edit {
     char buf[81];   // the value, exactly `length` characters
-    int length;
-    int cursor;
-    int advance;
+    int length;     // width of the value (at most 80)
+    int cursor;     // 0 .. length
+    int advance;    // a full value passes the key on to the next row
 };
-// Applies one key; returns 0 to go on, a field result to finish, or 1 when the
-// key must be pushed back for the next row (a full field with advance set).
+inline constexpr int k_field_push_back = 1;   // the key belongs to the next row
+// Applies one key; returns 0 to go on, a field result to finish, or
+// k_field_push_back when the key must be typed again on the next row (a full
+// field with advance set). bell: the key did not fit.
 int field_edit_key(field_edit &e, int key, bool &bell);

@@ -28,6 +28,10 @@ struct popup_box {
 };
 popup_box popup_geometry(int text_length);
 
+// The same box moved and cut so that it lies on a screen of lines x cols
+// (unchanged on a screen of 80x24 or more); a size of 0 means no room at all.
+popup_box fit_popup(popup_box box, int lines, int cols);
+
 // Breaks a pop-up text into its lines: a rest of 75 characters or more is cut
 // at the last space at or before position 73, or at 74 when there is none;
 // the character at the cut is dropped.

@@ -1,11 +1,25 @@
+// Where a pop-up goes and how its text is broken into lines.
 #include "ui/popup.hpp"
-
-#include <cstring>
 
 popup_box popup_geometry(int text_length)
 {
     const int width = text_length < 74 ? text_length : 74;
     return {.lines = (text_length - 1) / 74 + 5, .cols = width + 4, .row = 10, .col = (80 - width) / 2 - 2};
+}
+
+popup_box fit_popup(popup_box box, int lines, int cols)
+{
+    const auto fit = [](int &origin, int &size, int limit) {
+        if (size > limit)
+            size = limit < 0 ? 0 : limit;
+        if (origin + size > limit)
+            origin = limit - size;
+        if (origin < 0)
+            origin = 0;
+    };
+    fit(box.row, box.lines, lines);
+    fit(box.col, box.cols, cols);
+    return box;
 }
 
 std::vector<std::string> popup_lines(const char *text)

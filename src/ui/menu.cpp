@@ -1,0 +1,166 @@
+// The menu screen: draws a table of rows, moves the highlight and calls the
+// chosen row's handler.
+#include "ui/menu.hpp"
+
+#include "audio/player.hpp"
+#include "audio/stream.hpp"
+#include "core/input.hpp"
+#include "core/link.hpp"
+#include "proto/text_util.hpp"
+#include "ui/help.hpp"
+#include "ui/keys.hpp"
+#include "ui/menu_layout.hpp"
+#include "ui/popup.hpp"
+#include "ui/screen.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <curses.h>
+
+namespace {
+
+enum class menu_state { reading, chosen, leave };
+
+// One running menu: its table, title, footer and layout on the current screen.
+struct menu_run {
+    const menu_item *table;
+    const char *footer_text;
+    char title[sizeof heading];   // what the menu shows as its heading, kept for every redraw
+    menu_layout layout;
+    int generation;               // resize_generation when the layout was made
+};
+
+// Lays the menu out for the current screen size and draws its frame and heading.
+void lay_out(menu_run &m)
+{
+    m.layout = lay_out_menu(m.table, LINES, COLS);
+    m.generation = resize_generation;
+    clear();
+    frame(stdscr);
+    header(m.title);
+}
+
+// Draws the footer line and every row, the highlighted one in reverse video.
+void draw_rows(const menu_run &m, int highlight)
+{
+    if (m.footer_text != nullptr && m.footer_text[0] != '\0') {
+        char text[77];
+        copy_bounded(text, m.footer_text);
+        attron(A_REVERSE);
+        put_text(stdscr, LINES - 1, centre_column(static_cast<int>(std::strlen(text))), text);
+        attroff(A_REVERSE);
+    }
+    const int w = m.layout.width;
+    for (int i = 0; i < m.layout.rows; ++i) {
+        char label[512];
+        std::snprintf(label, sizeof label, "%-*.*s", w, w, m.table[i].label != nullptr ? m.table[i].label : "");
+        const menu_cell cell = menu_cell_at(m.layout, i);
+        if (i == highlight)
+            attron(A_REVERSE);
+        put_text(stdscr, cell.line, cell.col, label);
+        if (i == highlight)
+            attroff(A_REVERSE);
+    }
+    refresh();
+}
+
+// Pops up the server's wall time.
+void show_server_time()
+{
+    char text[128];
+    std::snprintf(text, sizeof text, "Date/Time is now: %s", get_time(0));
+    popup(text, 3);
+}
+
+}   // namespace
+
+int menu_func(const menu_item *table, int first_row, const char *title, const char *footer_text)
+{
+    menu_run m = {};
+    m.table = table;
+    m.footer_text = footer_text;
+    char saved_heading[sizeof heading];
+    copy_bounded(saved_heading, heading);
+    copy_bounded(m.title, title != nullptr ? title : heading);
+    lay_out(m);
+    const auto leave = [&](int result) {
+        copy_bounded(heading, saved_heading);
+        return result;
+    };
+    const int rows = m.layout.rows;
+    if (rows == 0)
+        return leave(k_stay);
+
+    int current = first_row >= 0 && first_row < rows ? first_row : 0;
+    current = menu_skip_captions(table, rows, current, false);
+    menu_state state = menu_state::reading;
+    for (;;) {
+        if (m.generation != resize_generation)
+            lay_out(m);
+        draw_rows(m, current);
+        if (state == menu_state::leave)
+            return leave(k_stay);
+        if (state == menu_state::chosen) {
+            const menu_item &row = table[current];
+            const int result = row.handler(row.argument, static_cast<int>(row.code), row.label);
+            if (result == k_leave)
+                return leave(current);
+            if (result == k_break)
+                return leave(k_leave);
+            lay_out(m);
+            state = menu_state::reading;
+            continue;
+        }
+        const int key = get_input(&input, 0);
+        if (key == -1) {
+            refresh();
+            continue;
+        }
+        bool backwards = false;
+        const int moved = menu_move(key, current, rows);
+        if (moved >= 0) {
+            current = moved;
+            backwards = key == k_key_up;
+        } else {
+            switch (key) {
+            case k_key_enter:
+            case k_key_linefeed:
+            case k_key_return:
+                state = menu_state::chosen;
+                break;
+            case k_key_esc:
+            case k_key_ctrl_c:
+                current = rows - 1;
+                state = menu_state::leave;
+                break;
+            case k_key_f1:
+                help_screen(nullptr, 0, nullptr);
+                lay_out(m);
+                break;
+            case k_key_ctrl_a:
+                audio_func(nullptr, -1, nullptr);
+                lay_out(m);
+                break;
+            case k_key_ctrl_l:
+                local_player(0, 0);
+                lay_out(m);
+                break;
+            case 'w':
+                show_server_time();
+                break;
+            default:
+                current = menu_quick_select(table, rows, current, key);
+                break;
+            }
+        }
+        current = menu_skip_captions(table, rows, current, backwards);
+        if (state == menu_state::leave && table[current].handler == brk_func)
+            return leave(k_leave);
+    }
+}
+
+int menu_func(const void *table, int code, const char *label)
+{
+    // A sub-menu opened from a row never has a footer.
+    return menu_func(static_cast<const menu_item *>(table), code, label, "");
+}

@@ -1,0 +1,219 @@
+"""Menus: the main menu, movement, quick selection, leaving, sub-menus and their footers."""
+
+import time
+
+from fakeserver import GETTIME
+from term import KEY
+from ui_common import (BOTTOM_FRAME, EXIT_QUESTION, MAIN_COL, MAIN_ROWS, MAIN_TOP, MAIN_WIDTH, centred,
+                       choose_main, highlighted, main_highlight, start, to_main_menu, wait_highlight,
+                       wait_main_highlight)
+
+
+def test_main_menu_heading_and_rows(term, fake, root):
+    t = start(term, fake, root)
+    assert t.at(0, 34, 12) == "ZERKALIBRARY"
+    assert highlighted(t, 0, 34, 12)
+    for i, label in enumerate(MAIN_ROWS):
+        assert t.at(MAIN_TOP + i, MAIN_COL, MAIN_WIDTH) == label.ljust(MAIN_WIDTH), i
+    assert t.row(MAIN_TOP - 1)[1:79].strip() == ""
+    assert t.row(MAIN_TOP + 10)[1:79].strip() == ""
+    assert main_highlight(t) == 0
+    assert not t.is_reverse(MAIN_TOP + 1, MAIN_COL)
+    assert t.row(23) == BOTTOM_FRAME   # an empty footer draws nothing
+
+
+def test_up_from_row_0_lands_on_the_last_row(term, fake, root):
+    t = start(term, fake, root)
+    t.send(KEY.UP)
+    wait_main_highlight(t, 9)
+    t.send(KEY.DOWN)
+    wait_main_highlight(t, 0)
+    t.send(KEY.UP)
+    wait_main_highlight(t, 9)
+    t.send(KEY.UP)
+    wait_main_highlight(t, 8)
+
+
+def test_movement_keys(term, fake, root):
+    t = start(term, fake, root)
+    t.send(KEY.END)
+    wait_main_highlight(t, 9)
+    t.send(KEY.HOME)
+    wait_main_highlight(t, 0)
+    t.send(KEY.TAB)
+    wait_main_highlight(t, 1)
+    t.send(KEY.PGDN)
+    wait_main_highlight(t, 9)   # the last row of the column, not beyond the table
+    t.send(KEY.PGUP)
+    wait_main_highlight(t, 0)
+    t.send(KEY.RIGHT)
+    wait_main_highlight(t, 9)   # 20 rows on, not beyond the last row
+    t.send(KEY.LEFT)
+    wait_main_highlight(t, 0)
+
+
+def test_quick_selection(term, fake, root):
+    t = start(term, fake, root)
+    t.send("j")
+    wait_main_highlight(t, 1)
+    t.send("M")
+    wait_main_highlight(t, 3)   # Mixed Mode
+    t.send("m")
+    wait_main_highlight(t, 7)   # Maintenance
+    t.send("m")
+    wait_main_highlight(t, 3)   # wrapping round
+    t.send("c")
+    wait_main_highlight(t, 0)   # wrapping to row 0
+
+
+def test_a_letter_no_label_starts_with_leaves_the_highlight(term, fake, root):
+    t = start(term, fake, root)
+    t.send("r")
+    wait_main_highlight(t, 2)
+    t.send("z")
+    t.send("q")
+    t.settle()
+    assert main_highlight(t) == 2
+    t.send("r")   # only the highlighted row starts with r
+    t.settle()
+    assert main_highlight(t) == 2
+
+
+def test_escape_asks_the_exit_question_and_y_exits(term, fake, root):
+    t = start(term, fake, root)
+    t.send(KEY.ESC)
+    t.wait_for(EXIT_QUESTION, row=20, col=25)
+    wait_main_highlight(t, 9)   # ESC highlights the last row before leaving
+    assert t.is_reverse(20, 25 + len(EXIT_QUESTION) + 1)
+    t.send("y")
+    assert t.wait_exit() == 0
+
+
+def test_any_other_answer_comes_back(term, fake, root):
+    t = start(term, fake, root)
+    for answer in ("n", "\r", "x", KEY.ESC):
+        t.send(KEY.ESC)
+        t.wait_for(EXIT_QUESTION, row=20, col=25)
+        t.send(answer)
+        t.wait_gone(EXIT_QUESTION)
+        to_main_menu(t)
+        wait_main_highlight(t, 0)
+    assert t.child.isalive()
+
+
+def test_w_shows_the_server_time(term, fake, root):
+    fake.time = 1700000000   # 14/11/23 22:13:20 UTC
+    t = start(term, fake, root, mode="master")
+    before = len(fake.of_type(GETTIME))
+    t.send("w")
+    text = "Date/Time is now: 14/11/23 @ 22:13:20"
+    t.wait_for(text, row=12, col=centred(text))
+    assert len(fake.of_type(GETTIME)) == before + 1
+    # A pop-up of 37 characters: a window of 5 lines and 41 columns at row 10.
+    assert t.at(10, 19, 1) == "\u250c" and t.at(10, 59, 1) == "\u2510"
+    assert t.at(14, 19, 1) == "\u2514" and t.at(14, 59, 1) == "\u2518"
+    t.wait_gone(text, timeout=6)
+    assert t.at(MAIN_TOP + 4, MAIN_COL, 13) == "Playlist Mode"
+    assert main_highlight(t) == 0
+
+
+def test_upper_case_w_is_a_quick_selection_letter(term, fake, root):
+    t = start(term, fake, root)
+    before = len(fake.of_type(GETTIME))
+    t.send("W")
+    t.settle(0.5)
+    assert "Date/Time" not in t.text()
+    assert main_highlight(t) == 0   # no row starts with W
+    assert len(fake.of_type(GETTIME)) == before
+
+
+def test_local_audio_sub_menu_has_no_footer_and_returns(term, fake, root):
+    t = start(term, fake, root)
+    choose_main(t, 6)
+    t.wait_for("Local Audio", row=0, col=centred("Local Audio"))
+    rows = ["Start local audio stream", "Stop local audio stream", "Return To Main Menu"]
+    top, x0 = (24 - 3 + 1) // 2, 39 - 24 // 2
+    for i, label in enumerate(rows):
+        assert t.at(top + i, x0, 24) == label.ljust(24)
+    wait_highlight(t, top, x0, 24)
+    assert t.row(23) == BOTTOM_FRAME
+    t.send(KEY.UP)
+    wait_highlight(t, top + 2, x0, 24)
+    t.send(KEY.ENTER)
+    t.wait_for("ZERKALIBRARY", row=0, col=34)
+    wait_main_highlight(t, 6)   # the chosen row keeps the highlight
+
+
+def test_escape_from_a_sub_menu_goes_back_one_level(term, fake, root):
+    t = start(term, fake, root)
+    t.send("l")
+    wait_main_highlight(t, 6)
+    t.send(KEY.ENTER)
+    t.wait_for("Local Audio", row=0)
+    t.send(KEY.ESC)
+    t.wait_for("ZERKALIBRARY", row=0, col=34)
+    wait_main_highlight(t, 6)
+    t.settle()
+    assert EXIT_QUESTION not in t.text()
+
+
+def test_maintenance_sub_menus_have_no_footer(term, fake, root):
+    t = start(term, fake, root)
+    choose_main(t, 7)
+    t.wait_for("Maintenance", row=0, col=centred("Maintenance"))
+    # The maintenance menu: 15 rows, longest "Artist/Title Search (Case Sensitive)" (36).
+    top, x0 = (24 - 15 + 1) // 2, 39 - 36 // 2
+    assert t.at(top, x0, 36) == "Album Tracklist".ljust(36)
+    assert t.at(top + 4, x0, 36) == "Artist/Title Search (Case Sensitive)"
+    assert t.at(top + 8, x0, 36) == 'Correct "Various Artists" Format'.ljust(36)
+    assert t.at(top + 14, x0, 36) == "Refresh Database".ljust(36)
+    t.send(KEY.DOWN)
+    t.send(KEY.ENTER)
+    t.wait_for("Report Generator", row=0, col=centred("Report Generator"))
+    # 16 rows, longest "Check album for duplicates" (26).
+    rtop, rx0 = (24 - 16 + 1) // 2, 39 - 26 // 2
+    assert t.at(rtop, rx0, 26) == "Album List".ljust(26)
+    assert t.at(rtop + 15, rx0, 26) == "Show recent history".ljust(26)
+    assert t.row(23) == BOTTOM_FRAME
+    t.send(KEY.ESC)
+    t.wait_for("Maintenance", row=0, col=centred("Maintenance"))
+    t.send("I")
+    t.send(KEY.ENTER)
+    t.wait_for("Imports", row=0, col=centred("Imports"))
+    itop, ix0 = (24 - 3 + 1) // 2, 39 - 37 // 2
+    assert t.at(itop, ix0, 37) == "Create New album from Folder contents"
+    assert t.at(itop + 1, ix0, 37) == "XMCD (FreeDB) Style import".ljust(37)
+    assert t.row(23) == BOTTOM_FRAME
+    t.send(KEY.ESC)
+    t.wait_for("Maintenance", row=0)
+    t.send(KEY.ESC)
+    t.wait_for("ZERKALIBRARY", row=0, col=34)   # the heading is restored on the way out
+    wait_main_highlight(t, 7)
+
+
+def test_a_server_message_redraws_the_menu(term, fake, root):
+    t = start(term, fake, root)
+    t.send(KEY.DOWN)
+    wait_main_highlight(t, 1)
+    fake.push(0x42)   # PAUSE: handled quietly; the menu redraws and keeps its place
+    t.settle(0.5)
+    wait_main_highlight(t, 1)
+    t.send(KEY.DOWN)
+    wait_main_highlight(t, 2)
+
+
+def test_interrupt_asks_the_exit_question(term, fake, root):
+    t = start(term, fake, root)
+    t.send(KEY.DOWN)
+    wait_main_highlight(t, 1)
+    t.child.kill(2)
+    t.wait_for(EXIT_QUESTION, row=20, col=25)
+    assert "ZERKALIBRARY" not in t.text()   # asked on a clear screen
+    t.send("n")
+    t.wait_for("ZERKALIBRARY", row=0, col=34)
+    wait_main_highlight(t, 1)   # the menu is drawn again where it was
+    assert t.at(MAIN_TOP + 9, MAIN_COL, 4) == "Help"
+    t.child.kill(2)
+    t.wait_for(EXIT_QUESTION, row=20, col=25)
+    t.send("y")
+    assert t.wait_exit() == 0
