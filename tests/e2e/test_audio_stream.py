@@ -346,3 +346,44 @@ def test_unreachable_master_ends_the_streamer_silently(pa, fake, cli, name, root
     pid = wait_process(name, "Streamer")
     assert reap(pid) == ("exit", 1)
     assert log_lines(root) == before
+
+
+def test_the_real_server_streams_the_playing_track(pa, cli, name, root):
+    from fakeserver import GO, PLIST_ADD, ALBUM_WRITE, album_text
+    from realserver import RealServer
+    srv = RealServer()
+    try:
+        c = srv.client()
+        assert c.request(ALBUM_WRITE, album=1, text=album_text("Noise", "Noises", [("Noise", "White", "00:04")])).album == 1
+        pcm = pulse.noise(4.0, seed=40)
+        with open(os.path.join(srv.root, "Media", "0001_01.wav"), "wb") as f:
+            f.write(pulse.wav_bytes(pcm))
+        write_cfg(root, srv.port, extra={"SERVER_NAME": name})
+        rec = pa.record()
+        out, err, status = cli("--audio", env=pa.env())
+        assert (out, status) == ("Local audio started\n", 0), (out, err)
+        pid = wait_process(name, "Streamer")
+        assert wait_until_text(srv.log_text, "Audio stream to connection")
+        c.request(PLIST_ADD, album=1, track=1, text=b"current.lst")
+        c.request(GO)
+        # The whole track, apart from its first tenth of a second, as it is in the file.
+        at = rec.wait_for(pcm[pulse.SECOND:pulse.SECOND + 4096], 20) - pulse.SECOND
+        rec.wait_bytes(at + len(pcm), 15)
+        data = rec.stop()
+        assert data[at + SETTLE:at + len(pcm)] == pcm[SETTLE:]
+        assert running(pid)
+    finally:
+        srv.stop()
+    assert reap(pid) == ("exit", 1), "the streamer ends with its connection"
+
+
+def wait_until_text(read, text, timeout=10):
+    end = time.time() + timeout
+    while time.time() < end:
+        try:
+            if text in read():
+                return True
+        except OSError:
+            pass
+        time.sleep(0.05)
+    return False
