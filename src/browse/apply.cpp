@@ -144,6 +144,7 @@ int add_to_current()
     if (no_of_items > k_plist_limit) {
         std::snprintf(text, sizeof text, "A maximum of %d tracks may be added to the current playlist.", k_plist_limit);
         put_text(stdscr, 8, 6, text);
+        refresh();   // the cleared screen first, so that it does not wipe the pop-up later
         popup("continue:", 0);
         return 1;
     }

@@ -378,6 +378,7 @@ bool refresh_list(browse_run &b)
     msg.track = 0;
     send_msg(&msg);
     if (msg.album == 0xFFFF) {
+        errno = 0;
         error_msg("Control message failed", 0);
         return false;
     }
