@@ -8,7 +8,11 @@ import time
 
 from browse_common import (Library, centred_col, ctrl, lib_line, list_line, open_console, rows, search, wait_current,
                            wait_position, wait_rows)
+from conftest import write_cfg
 from fakeserver import ALBUM_READ, FAILED, REFRESH, reply
+
+HISTORY = 0x23
+RET_CHECK = 0x6C
 from term import KEY
 
 ESC = KEY.ESC
@@ -323,3 +327,79 @@ def test_escape_restores_heading_and_footer(fake, term):
     heading = "Current Playlist (Undefined Mode); "
     assert t.at(0, centred_col(heading), len(heading)) == heading
     assert t.row(23)[17:] == console_footer
+
+
+def history_server(fake, entries):
+    """Answers HISTORY with one entry a request, then the end (album field 0)."""
+    served = []
+
+    def history(srv, conn, m):
+        if len(served) < len(entries):
+            played, a, tr, artist, title, length = entries[len(served)]
+            served.append(m)
+            text = "%8.8X %04d/%02d %-28.28s - %-29.29s [%s]" % (played, a, tr, artist, title, length)
+            return reply(m, text=text.encode())
+        return reply(m, album=0)
+    fake.handlers[HISTORY] = history
+
+
+def test_a_history_list_shows_when_played_and_sorts_by_it(fake, term):
+    lib = Library()
+    lib.add(1, "Hist", "Ory", [("Hist", "Alpha", "03:00", "S"), ("Hist", "Beta", "03:00", "-", 0),
+                               ("Hist", "Gamma", "03:00")])
+    base = 1700000000   # 14/11/23 22:13:20 UTC
+    # Played out of time order: the history file's order is kept until a sort.
+    history_server(fake, [(base + 60, 1, 2, "Hist", "Beta", "03:00"), (base, 1, 1, "Hist", "Alpha", "03:00"),
+                          (base + 120, 1, 3, "Hist", "Gamma", "03:00")])
+    t = open_console(fake, term, lib, env={"TZ": "UTC"})
+    t.send("h")
+    t.wait_for("Playlist History", row=0)
+    # The selection letter and the on-line flag come from the album table.
+    wait_rows(t, [lib_line(lib, 1, 2), lib_line(lib, 1, 1), lib_line(lib, 1, 3)])
+    wait_current(t, 4)                  # the most recent entry of the file
+    wait_position(t, "3 of 3. Played: 14/11/23 @ 22:15:20")
+    t.send(ctrl("R"))
+    t.wait_for("Sort Menu", row=0)
+    t.settle(0.2)
+    t.send("C")                          # "CD-ID or Time Played Order": by the time played
+    t.send("\r")
+    t.wait_for("Playlist History; Sorted in CD-ID or Time Played Order", row=0)
+    wait_rows(t, [lib_line(lib, 1, 1), lib_line(lib, 1, 2), lib_line(lib, 1, 3)])
+    wait_position(t, "3 of 3. Played: 14/11/23 @ 22:15:20")
+    t.send(KEY.UP)
+    t.send(KEY.UP)
+    wait_position(t, "1 of 3. Played: 14/11/23 @ 22:13:20")
+    t.send(ctrl("T"))
+    t.wait_for("Total Tracks: 3", row=6, col=10)
+    assert t.at(10, 10, 30).strip() == ""   # no off-line count in a history list
+    t.send(" ")
+    t.wait_for("Playlist History", row=0)
+    t.send(KEY.ESC)
+    t.wait_for("Current Playlist (", row=0)
+
+
+def test_keys_that_reach_other_screens(fake, term):
+    t = open_console(fake, term, long_library())
+    search(t, "band", heading=HEADING)
+    t.send(ctrl("Q"))                    # retrieval check to the local server (here the master)
+    m = fake.wait_for(RET_CHECK)
+    assert (m.album, m.track) == (0, 0)
+    t.send(ctrl("H"))
+    t.wait_for("Available History Files", row=0)
+    t.settle(0.2)
+    t.send(KEY.ESC)
+    t.wait_for(HEADING, row=0)
+    t.send(KEY.F1)
+    t.settle(0.5)
+    assert HEADING not in t.row(0)
+    t.send(" ")
+    t.wait_for(HEADING, row=0)
+    wait_rows(t, [line_of(long_library(), i) for i in range(1, 21)])
+
+
+def test_ctrl_l_on_the_master_machine(fake, term, root):
+    write_cfg(root, fake.port, mode="master")
+    t = open_console(fake, term, long_library())
+    search(t, "band", heading=HEADING)
+    t.send(ctrl("L"))
+    t.wait_for("Local audio stream not available on Master server", row=12)
