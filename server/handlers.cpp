@@ -65,7 +65,7 @@ bool save_and_announce(request_ctx &c, std::string_view name, const playlist &p)
         slog("Cannot write playlist %s - %s", path_of(c, name).c_str(), std::strerror(errno));
         return false;
     }
-    post_plist_update(c.st, c.out, name, target::others);
+    post_plist_update(c.out, name, p, target::others);
     if (name == k_current_plist)
         player_kick(c.st, c.now_ns, c.out);
     return true;

@@ -24,7 +24,14 @@ std::string plist_file_transfer_text(const server_state &st, std::string_view na
 
 void post_plist_update(const server_state &st, outbox &out, std::string_view name, target to)
 {
-    const std::string text = plist_file_transfer_text(st, name);
+    playlist p;
+    plist_load(plist_path(st.paths.playlists, name), p);
+    post_plist_update(out, name, p, to);
+}
+
+void post_plist_update(outbox &out, std::string_view name, const playlist &p, target to)
+{
+    const std::string text = plist_transfer_text(p);
     if (name == k_current_plist)
         post(out, to, make_frame(PLIST_UPDATE, k_notice_sequence, 1, 0, text));
     else

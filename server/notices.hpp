@@ -3,6 +3,7 @@
 #pragma once
 
 #include "server/outbox.hpp"
+#include "server/playlists.hpp"
 #include "server/state.hpp"
 
 #include <string_view>
@@ -14,6 +15,9 @@ void post_album_written(const server_state &st, outbox &out, int album, target t
 // to `to` with sequence 0; for an offline playlist to the connections showing
 // it, with a non-zero sequence.
 void post_plist_update(const server_state &st, outbox &out, std::string_view name, target to);
+
+// The same for a playlist already in hand (its file was just written).
+void post_plist_update(outbox &out, std::string_view name, const playlist &p, target to);
 
 // CHANGE MODE: album = the mode; for Playlist and Play-Mixed track 1 and the selection playlist.
 void post_change_mode(const server_state &st, outbox &out, target to);
