@@ -12,19 +12,6 @@ namespace {
 // The form on the screen, redrawn after the terminal changed size; null when none.
 const form_field *open_form;
 
-// Rows 4 to 7 of data_input, hidden while an album (not a track) is shown.
-constexpr int k_track_only_first = k_form_status;
-constexpr int k_track_only_last = k_form_plays;
-
-// Counts the rows of a form up to its end row.
-int form_rows(const form_field *form)
-{
-    int n = 0;
-    while (form[n].kind != 0)
-        ++n;
-    return n;
-}
-
 // Draws one row: label, a blank and the value, or as many blanks when hidden.
 void draw_row(const form_field &f)
 {
@@ -44,13 +31,6 @@ void draw_form(const form_field *form)
     const int n = form_rows(form);
     for (int i = 0; i < n; ++i)
         draw_row(form[i]);
-}
-
-// Shows or hides the track-only rows of data_input.
-void set_track_rows_hidden(int hidden)
-{
-    for (int i = k_track_only_first; i <= k_track_only_last; ++i)
-        data_input[i].hidden = hidden;
 }
 
 // Remembers the form on the screen for the time of one form_func call.
@@ -109,78 +89,17 @@ int input_field(form_field *field)
 int form_func(form_field *form)
 {
     const form_on_screen shown(form);
-    const int n = form_rows(form);
-    for (int i = 0; i < n; ++i) {
-        form_field &f = form[i];
-        if (f.kind != 2)
-            continue;
-        const int length = f.length < static_cast<int>(sizeof f.value) ? f.length : static_cast<int>(sizeof f.value) - 1;
-        const int have = static_cast<int>(strnlen(f.value, sizeof f.value));
-        for (int c = have; c < length; ++c)
-            f.value[c] = ' ';
-        if (have < length)
-            f.value[length] = '\0';
-    }
-    if (n == 0)
-        return k_field_esc;
-
-    const bool is_data_input = form == data_input && n > k_track_only_last;
-    bool album_mode = false;
-    int current = 0;
-    int skipped = 0;   // rows passed over without editing since the last edit
-    for (;;) {
-        if (album_mode) {
-            set_track_rows_hidden(0);
-            album_mode = false;
-        }
-        mvaddch(0, 0, ACS_ULCORNER);
-        attrset(A_NORMAL);
-        for (int i = 0; i < n; ++i) {
-            if (i == 0 && is_data_input && std::strcmp(form[0].label, "Album No:") == 0) {
-                set_track_rows_hidden(1);
-                album_mode = true;
-            }
-            draw_row(form[i]);
-        }
-        refresh();
-        form_field &f = form[current];
-        if (f.kind != 2 || f.hidden) {
-            // A form with nothing to edit ends as if ESC was pressed.
-            if (++skipped > n) {
-                if (album_mode)
-                    set_track_rows_hidden(0);
+    const form_callbacks screen = {
+        .draw =
+            [](const form_field *f, int) {
+                mvaddch(0, 0, ACS_ULCORNER);
                 attrset(A_NORMAL);
-                return k_field_esc;
-            }
-            current = current + 1 < n ? current + 1 : 0;
-            continue;
-        }
-        skipped = 0;
-        const int result = input_field(&f);
-        bool finished = false;
-        if (result == k_field_esc || (result <= k_field_page_down && result >= k_field_save)) {
-            finished = true;
-            if (album_mode) {
-                set_track_rows_hidden(0);
-                album_mode = false;
-            }
-        } else if (result == k_field_prev) {
-            // Back one row, on over hidden rows; the handler is not called.
-            for (int tries = 0; tries < n; ++tries) {
-                current = current == 0 ? n - 1 : current - 1;
-                if (!form[current].hidden)
-                    break;
-            }
-            continue;
-        }
-        if (f.handler != nullptr && f.handler(form, current) == k_field_esc) {
-            attrset(A_NORMAL);
-            return k_field_esc;
-        }
-        if (finished) {
-            attrset(A_NORMAL);
-            return result;
-        }
-        current = current + 1 < n ? current + 1 : 0;
-    }
+                draw_form(f);
+                refresh();
+            },
+        .edit = input_field,
+    };
+    const int result = run_form(form, screen);
+    attrset(A_NORMAL);
+    return result;
 }

@@ -1,6 +1,8 @@
 // Table-driven forms and the field editor.
 #pragma once
 
+#include <functional>
+
 struct form_field;
 
 // Called after a row was edited; -3 ends the form.
@@ -33,6 +35,21 @@ int input_field(form_field *field);
 
 // Draws a form and walks the cursor through its editable rows.
 int form_func(form_field *form);
+
+// What a form walk needs from the screen: drawing every row, editing one.
+struct form_callbacks {
+    std::function<void(const form_field *form, int rows)> draw;
+    std::function<int(form_field *field)> edit;
+};
+
+// The walk of form_func without the screen: pads the editable values, then
+// edits row after row (hidden and shown-only rows are passed over; Up goes
+// back over hidden rows) until ESC, a page key or Ctrl-S, or a handler's -3.
+// An album in data_input hides rows 4 to 7 meanwhile.
+int run_form(form_field *form, const form_callbacks &cb);
+
+// Counts the rows of a form up to its end row.
+int form_rows(const form_field *form);
 
 // The row handler that does nothing (returns -1).
 int null_func(form_field *form, int row);

@@ -116,11 +116,7 @@ int prompt(int row, int column, const char *text, char *reply, int length, int f
     curs_set(0);
     if (result == k_field_esc)
         return k_field_esc;
-    std::memcpy(reply, field.value, static_cast<std::size_t>(field.length));
-    reply[field.length] = '\0';
-    for (int i = field.length - 1; i >= 0 && reply[i] == ' '; --i)
-        reply[i] = '\0';
-    return printable(static_cast<unsigned char>(reply[0])) ? fold(static_cast<unsigned char>(reply[0])) : result;
+    return text_answer(field.value, field.length, reply, result);
 }
 
 void popup(const char *text, int seconds)
@@ -161,15 +157,7 @@ void error_msg(const char *text, int number)
 {
     const int saved = errno;
     char buf[4096];
-    if (number != 0)
-        std::snprintf(buf, sizeof buf, " %s: %d ", text, number);
-    else
-        std::snprintf(buf, sizeof buf, " %s", text);
-    if (saved != 0) {
-        char tail[256];
-        std::snprintf(tail, sizeof tail, " - %s ", std::strerror(saved));
-        append_bounded(buf, tail);
-    }
+    format_error(buf, sizeof buf, text, number, saved);
     popup(buf, 0);
     // errno is neither cleared nor changed here: a caller sees what it had before.
     errno = saved;

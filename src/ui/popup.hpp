@@ -1,6 +1,7 @@
 // Questions, pop-ups and error messages.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -36,3 +37,13 @@ popup_box fit_popup(popup_box box, int lines, int cols);
 // at the last space at or before position 73, or at 74 when there is none;
 // the character at the cut is dropped.
 std::vector<std::string> popup_lines(const char *text);
+
+// The answer of a text prompt: the edited value (width characters) goes into
+// reply without its trailing blanks (all blanks: the empty text). Returns its
+// first character folded to lower case, or `result` (the editor's) when that
+// is not printable.
+int text_answer(const char *value, int width, char *reply, int result);
+
+// The text error_msg shows: " text: number " (or " text" when number is 0),
+// then " - <system error text> " while errnum is not 0.
+void format_error(char *buf, std::size_t cap, const char *text, int number, int errnum);

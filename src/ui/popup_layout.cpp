@@ -1,5 +1,9 @@
-// Where a pop-up goes and how its text is broken into lines.
+// Where a pop-up goes, how its text is broken into lines, and the texts of
+// prompt answers and error messages.
 #include "ui/popup.hpp"
+
+#include <cstdio>
+#include <cstring>
 
 popup_box popup_geometry(int text_length)
 {
@@ -39,4 +43,24 @@ std::vector<std::string> popup_lines(const char *text)
     }
     lines.push_back(rest);
     return lines;
+}
+
+int text_answer(const char *value, int width, char *reply, int result)
+{
+    std::memcpy(reply, value, static_cast<std::size_t>(width));
+    reply[width] = '\0';
+    for (int i = width - 1; i >= 0 && reply[i] == ' '; --i)
+        reply[i] = '\0';
+    const int first = static_cast<unsigned char>(reply[0]);
+    if (first < ' ' || first > '~')
+        return result;
+    return first >= 'A' && first <= 'Z' ? first - 'A' + 'a' : first;
+}
+
+void format_error(char *buf, std::size_t cap, const char *text, int number, int errnum)
+{
+    int used = number != 0 ? std::snprintf(buf, cap, " %s: %d ", text, number) : std::snprintf(buf, cap, " %s", text);
+    if (used < 0 || static_cast<std::size_t>(used) >= cap || errnum == 0)
+        return;
+    std::snprintf(buf + used, cap - static_cast<std::size_t>(used), " - %s ", std::strerror(errnum));
 }

@@ -1,5 +1,7 @@
 """Pop-ups: window size, line breaking and centring, shown over the main menu."""
 
+import time
+
 from fakeserver import SERVER_NOTICE
 from ui_common import MAIN_COL, MAIN_TOP, main_highlight, start
 
@@ -75,3 +77,16 @@ def test_a_short_text_is_centred_and_goes_away(term, fake, root):
     t.wait_gone(text, timeout=5)
     assert t.at(MAIN_TOP + 3, MAIN_COL, 10) == "Mixed Mode"   # what lay under it is back
     assert main_highlight(t) == 0
+
+
+def test_command_line_mode_shows_no_pop_up_and_does_not_wait(fake, cli):
+    # The server goes away while a skip waits for its reply: the closing notice is a
+    # pop-up that would stay two seconds on the screen; here it shows nothing.
+    fake.handlers[0x43] = lambda srv, conn, m: conn.close()
+    started = time.time()
+    out, err, rc = cli("--skip")
+    elapsed = time.time() - started
+    assert rc == 1
+    assert "\x1b" not in out and "\x1b" not in err
+    assert err.endswith("Zerka server is closing down - abort\n")
+    assert elapsed < 1.8

@@ -1,7 +1,11 @@
 #include "ui/popup.hpp"
 
+#include "ui/form.hpp"
+
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -125,6 +129,56 @@ TEST(PopupLayout, ASmallScreenMovesAndCutsTheBox)
     const popup_box h = fit_popup(popup_geometry(10), 0, 0);
     EXPECT_EQ(h.lines, 0);
     EXPECT_EQ(h.cols, 0);
+}
+
+TEST(PromptAnswer, AnUnchangedDefaultGivesItsFirstLetterFoldedDown)
+{
+    char reply[11] = "Yes";
+    EXPECT_EQ(text_answer("Yes       ", 10, reply, k_field_next), 'y');
+    EXPECT_STREQ(reply, "Yes");
+}
+
+TEST(PromptAnswer, AnEmptyAnswerGivesTheEditorsResult)
+{
+    char reply[11] = "old";
+    EXPECT_EQ(text_answer("          ", 10, reply, k_field_next), k_field_next);
+    EXPECT_STREQ(reply, "");
+    EXPECT_EQ(text_answer("          ", 10, reply, k_field_prev), k_field_prev);
+    EXPECT_EQ(text_answer("          ", 10, reply, k_field_save), k_field_save);
+}
+
+TEST(PromptAnswer, OnlyTrailingBlanksAreRemoved)
+{
+    char reply[9] = "";
+    EXPECT_EQ(text_answer(" a b    ", 8, reply, k_field_next), ' ');
+    EXPECT_STREQ(reply, " a b");
+    EXPECT_EQ(text_answer("12345678", 8, reply, k_field_next), '1');
+    EXPECT_STREQ(reply, "12345678");
+}
+
+TEST(ErrorText, TextAloneWhenNoNumberAndNoErrno)
+{
+    char buf[4096];
+    format_error(buf, sizeof buf, "x", 0, 0);
+    EXPECT_STREQ(buf, " x");
+}
+
+TEST(ErrorText, NumberAndSystemText)
+{
+    char buf[4096];
+    format_error(buf, sizeof buf, "init_pair failed", 12, 0);
+    EXPECT_STREQ(buf, " init_pair failed: 12 ");
+    format_error(buf, sizeof buf, "Cannot open note file", 0, ENOENT);
+    EXPECT_EQ(std::string(buf), std::string(" Cannot open note file - ") + std::strerror(ENOENT) + " ");
+    format_error(buf, sizeof buf, "send_msg failed", EPIPE, EPIPE);
+    EXPECT_EQ(std::string(buf), " send_msg failed: " + std::to_string(EPIPE) + "  - " + std::strerror(EPIPE) + " ");
+}
+
+TEST(ErrorText, ALongTextIsCutToTheBuffer)
+{
+    char buf[16];
+    format_error(buf, sizeof buf, "a very long message indeed", 0, ENOENT);
+    EXPECT_STREQ(buf, " a very long me");
 }
 
 }   // namespace
