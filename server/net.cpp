@@ -274,7 +274,7 @@ void server::on_tick()
 {
     if (stopping)
         return;
-    bool listeners = pulse != nullptr;
+    bool listeners = pulse != nullptr && pulse_usable(*pulse);
     for (const auto &[id, c] : conns)
         listeners = listeners || c->s.audio;
     outbox out;
@@ -285,7 +285,7 @@ void server::on_tick()
         post(out, target::audio, make_frame(AUDIO, k_notice_sequence, 0, 0, chunk));
     }
     deliver(out, nullptr);
-    if (pulse != nullptr && !pcm.empty())
+    if (pulse != nullptr && !pcm.empty() && pulse_usable(*pulse))
         pulse_write(*pulse, std::move(pcm));
     // Keep the beat without drifting, but never try to catch up a long stall tick by tick.
     const auto now = steady_clock::now();

@@ -65,6 +65,12 @@ void pulse_write(pulse_out &p, std::string samples)
     p.wake.notify_one();
 }
 
+bool pulse_usable(pulse_out &p)
+{
+    std::lock_guard g(p.lock);
+    return !p.failed;
+}
+
 void pulse_stop(pulse_out &p)
 {
     {

@@ -27,5 +27,8 @@ void pulse_start(pulse_out &p);
 // Queues samples (16-bit stereo, 44.1 kHz).
 void pulse_write(pulse_out &p, std::string samples);
 
+// Whether the sound server is still in use (false once it failed).
+bool pulse_usable(pulse_out &p);
+
 // Ends the playback thread.
 void pulse_stop(pulse_out &p);

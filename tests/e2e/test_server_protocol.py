@@ -279,6 +279,21 @@ def test_skip_fades_out_and_the_next_track_follows(empty):
     assert 7.0 < time.monotonic() - skipped < 10.0
 
 
+def test_pulse_output_is_optional():
+    """With --output pulse the server plays on whether or not a sound server answers."""
+    srv = RealServer(demo=True, args=["--output", "pulse"])
+    try:
+        c = srv.client()
+        c.request(PLIST_ADD, album=1, track=3, text=b"current.lst")
+        c.request(GO)
+        c.wait_notice(PLIST_NOW, pred=lambda m: (m.album, m.track) == (1, 3))
+        c.wait_notice(PLIST_NOW, timeout=10, pred=lambda m: m.str.endswith(" 1") and (m.album, m.track) != (1, 3))
+        assert srv.alive()
+        assert c.request(GET_MODE).album == 2
+    finally:
+        srv.stop()
+
+
 def test_no_skip_when_nothing_plays(demo):
     assert demo.client().request(SKIP).album == 0xFFFF
 
