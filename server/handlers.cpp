@@ -131,7 +131,7 @@ void h_stop_service(request_ctx &c)
 {
     slog("Service stop requested by connection %d", c.self.id);
     reply(c, 1);
-    post(c.out, target::others, make_frame(SERVER_DOWN, k_notice_sequence, 1, 0, {}));
+    post(c.out, target::all, make_frame(SERVER_DOWN, k_notice_sequence, 1, 0, {}));
     c.st.stop_requested = true;
 }
 

@@ -303,6 +303,7 @@ def test_no_skip_when_nothing_plays(demo):
 def test_stop_service_tells_the_others_and_ends_cleanly(demo):
     a, b = demo.client(), demo.client()
     assert a.request(STOP_SERVICE).album == 1
+    assert a.wait_notice(SERVER_DOWN).type == SERVER_DOWN
     assert b.wait_notice(SERVER_DOWN).type == SERVER_DOWN
     assert demo.proc.wait(timeout=10) == 0
 
