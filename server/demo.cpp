@@ -35,6 +35,7 @@ struct demo_album {
     std::vector<demo_track> tracks;
 };
 
+// The demo albums: invented artists and titles.
 const std::vector<demo_album> &demo_albums()
 {
     static const std::vector<demo_album> albums = {
@@ -150,6 +151,7 @@ std::string demo_tune(int album, int track, int root_note, int seconds)
     return synth_tune(notes.data(), notes.size(), seconds, 0.1 * static_cast<double>(track % 3) - 0.1);
 }
 
+// A length as "mm:ss".
 std::string time_text(int seconds)
 {
     char buf[16];
@@ -157,6 +159,7 @@ std::string time_text(int seconds)
     return buf;
 }
 
+// Creates a folder; true when it exists afterwards.
 bool make_dir(const std::string &path)
 {
     return ::mkdir(path.c_str(), 0755) == 0 || errno == EEXIST;

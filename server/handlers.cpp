@@ -107,12 +107,14 @@ bool console_held_by_other(const request_ctx &c)
 
 // ---- greeting, clock, administration -------------------------------------------------
 
+// The greeting.
 void h_client_open(request_ctx &c)
 {
     // The greeting's reply is matched by its type; its sequence sets the client's counter.
     post(c.out, target::requester, make_frame(CLIENT_OPEN, k_greeting_sequence, c.req.album, 0, {}));
 }
 
+// GETTIME: the server clock as hexadecimal seconds.
 void h_gettime(request_ctx &c)
 {
     char text[32];
@@ -120,6 +122,7 @@ void h_gettime(request_ctx &c)
     reply(c, ok_album(c.req), 0, text);
 }
 
+// REBOOT and SHUTDOWN: always refused.
 void h_refuse_power(request_ctx &c)
 {
     slog("Refused %s from connection %d: this server never powers a machine off",
@@ -127,6 +130,7 @@ void h_refuse_power(request_ctx &c)
     reply(c, 0);
 }
 
+// STOP_SERVICE: accepted; everyone is told and the server ends.
 void h_stop_service(request_ctx &c)
 {
     slog("Service stop requested by connection %d", c.self.id);
@@ -137,6 +141,7 @@ void h_stop_service(request_ctx &c)
 
 // ---- albums --------------------------------------------------------------------------
 
+// ALBUM_READ: the album text, or the gap or end answer.
 void h_album_read(request_ctx &c)
 {
     const int n = album_of(c.req);
@@ -145,6 +150,7 @@ void h_album_read(request_ctx &c)
     reply(c, answer, 0, a != nullptr ? std::string_view(a->text) : std::string_view{});
 }
 
+// ALBUM_WRITE: stores the album and shows it to the other clients.
 void h_album_write(request_ctx &c)
 {
     const int n = album_of(c.req);
@@ -158,6 +164,7 @@ void h_album_write(request_ctx &c)
     post_album_written(c.st, c.out, n, target::others);
 }
 
+// ALBUM_DELETE: removes the album; answered by a notice only.
 void h_album_delete(request_ctx &c)
 {
     // The requester does not wait for an answer, so it gets none: a reply would
@@ -172,6 +179,7 @@ void h_album_delete(request_ctx &c)
     post(c.out, target::all, make_frame(ALBUM_DELETED, k_notice_sequence, n, 0, {}));
 }
 
+// ALBUM_NEW and ALBUM_TEMP: a free album number, or 0.
 void h_album_number(request_ctx &c)
 {
     const int n = store_allocate(c.st.store, c.req.type == ALBUM_TEMP);
@@ -180,6 +188,7 @@ void h_album_number(request_ctx &c)
     reply(c, n);
 }
 
+// REFRESH: tracks whose media has gone are taken off line.
 void h_refresh(request_ctx &c)
 {
     const std::vector<int> changed = store_check_media(c.st.store, c.st.paths.media);
@@ -188,6 +197,7 @@ void h_refresh(request_ctx &c)
         post_album_written(c.st, c.out, n, target::others);
 }
 
+// RESET: every play count back to 0.
 void h_reset(request_ctx &c)
 {
     const std::vector<int> changed = store_reset_plays(c.st.store);
@@ -197,6 +207,7 @@ void h_reset(request_ctx &c)
         post_album_written(c.st, c.out, n, target::all);
 }
 
+// SHORTLIST, DONOTPLAY, UNPLAYABLE, NO_SELECT, OFFLINE: one track, or a whole album with track 0.
 void h_mark(request_ctx &c)
 {
     const int a = album_of(c.req);
@@ -218,6 +229,7 @@ void h_mark(request_ctx &c)
     }
 }
 
+// Global edit 0x21 (artist) / 0x22 (title): "old~new" inside one entry.
 void h_edit_text(request_ctx &c)
 {
     const std::size_t tilde = c.req.text.find('~');
@@ -238,6 +250,7 @@ void h_edit_text(request_ctx &c)
 
 // ---- history and folders ---------------------------------------------------------------
 
+// HISTORY: the next entry of the walk, album 0 at its end.
 void h_history(request_ctx &c)
 {
     history_walk &w = c.self.walk;
@@ -258,6 +271,7 @@ void h_history(request_ctx &c)
           std::string_view(line).substr(0, k_text_max));
 }
 
+// DIRLIST: the names in the history or the playlist folder.
 void h_dirlist(request_ctx &c)
 {
     const std::size_t slash = c.req.text.rfind('/');
@@ -272,6 +286,7 @@ void h_dirlist(request_ctx &c)
 
 // ---- playlists ---------------------------------------------------------------------------
 
+// PLIST_GET: a playlist's transfer text.
 void h_plist_get(request_ctx &c)
 {
     const std::string_view name = plist_name(c.req);
@@ -285,6 +300,7 @@ void h_plist_get(request_ctx &c)
     reply(c, ok_album(c.req), 0, plist_transfer_text(p));
 }
 
+// PLIST_READ: opens a playlist (track 2 or 3: creates it when absent).
 void h_plist_read(request_ctx &c)
 {
     const std::string_view name = plist_name(c.req);
@@ -305,6 +321,7 @@ void h_plist_read(request_ctx &c)
     reply(c, ok_album(c.req), 0, plist_transfer_text(p));
 }
 
+// PLIST_ADD and PLIST_ADD_LOCAL: appends a track, refused when it is already there.
 void h_plist_add(request_ctx &c)
 {
     const int a = album_of(c.req);
@@ -319,26 +336,31 @@ void h_plist_add(request_ctx &c)
     reply(c, a);
 }
 
+// PLIST_DELETE: removes a track.
 void h_plist_delete(request_ctx &c)
 {
     change_playlist(c, [&](playlist &p) { return plist_erase(p, album_of(c.req), track_of(c.req)); });
 }
 
+// PLIST_UP: one place towards the top.
 void h_plist_up(request_ctx &c)
 {
     change_playlist(c, [&](playlist &p) { return plist_move_up(p, album_of(c.req), track_of(c.req)); });
 }
 
+// PLIST_DOWN: one place towards the end.
 void h_plist_down(request_ctx &c)
 {
     change_playlist(c, [&](playlist &p) { return plist_move_down(p, album_of(c.req), track_of(c.req)); });
 }
 
+// PLIST_NEXT: to the top, to play next.
 void h_plist_next(request_ctx &c)
 {
     change_playlist(c, [&](playlist &p) { return plist_move_top(p, album_of(c.req), track_of(c.req)); });
 }
 
+// PLIST_SHUFFLE: a new order, sent back in the reply.
 void h_plist_shuffle(request_ctx &c)
 {
     const std::string_view name = plist_name(c.req);
@@ -355,6 +377,7 @@ void h_plist_shuffle(request_ctx &c)
     reply(c, ok_album(c.req), 0, plist_transfer_text(p));
 }
 
+// PLIST_KEEP: the current playlist saved under a name.
 void h_plist_keep(request_ctx &c)
 {
     const std::string_view name = c.req.text;
@@ -372,6 +395,7 @@ void h_plist_keep(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
+// PLIST_CLEAR: empties a playlist.
 void h_plist_clear(request_ctx &c)
 {
     change_playlist(c, [](playlist &p) {
@@ -380,6 +404,7 @@ void h_plist_clear(request_ctx &c)
     });
 }
 
+// PLIST_APPEND: an offline playlist added to the current one.
 void h_plist_append(request_ctx &c)
 {
     const std::string_view name = c.req.text;
@@ -399,6 +424,7 @@ void h_plist_append(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
+// DELETE: removes an offline playlist.
 void h_delete(request_ctx &c)
 {
     const std::string_view name = c.req.text;
@@ -410,6 +436,7 @@ void h_delete(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
+// PLIST_UPDATE from a client: the playlist's state relayed to the others.
 void h_plist_update(request_ctx &c)
 {
     const std::string_view name = plist_name(c.req);
@@ -423,6 +450,7 @@ void h_plist_update(request_ctx &c)
 
 // ---- playing ------------------------------------------------------------------------------
 
+// The mode messages 0xB1..0xB6; CONSOLE takes the console lock.
 void h_mode(request_ctx &c)
 {
     const int mode = static_cast<int>(c.req.type - MODE_UNDEFINED);
@@ -438,8 +466,10 @@ void h_mode(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
+// GET_MODE: the mode in the album field.
 void h_get_mode(request_ctx &c) { reply(c, c.st.player.mode); }
 
+// SET_PLIST: the selection playlist, and with album 5 or 6 the mode too.
 void h_set_plist(request_ctx &c)
 {
     player_state &p = c.st.player;
@@ -483,8 +513,10 @@ void h_set_plist(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
+// GET_PLIST: the selection playlist's name.
 void h_get_plist(request_ctx &c) { reply(c, ok_album(c.req), 0, c.st.player.selection); }
 
+// GO: the auto-DJ starts.
 void h_go(request_ctx &c)
 {
     slog("Auto-DJ started (connection %d)", c.self.id);
@@ -492,6 +524,7 @@ void h_go(request_ctx &c)
     player_go(c.st, c.now_ns, c.out);
 }
 
+// STOP: the auto-DJ stops when the track ends.
 void h_stop(request_ctx &c)
 {
     slog("Auto-DJ stops at the end of the track (connection %d)", c.self.id);
@@ -499,6 +532,7 @@ void h_stop(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
+// PAUSE: toggles the pause.
 void h_pause(request_ctx &c)
 {
     player_pause(c.st);
@@ -506,6 +540,7 @@ void h_pause(request_ctx &c)
     post(c.out, target::others, make_frame(PAUSE, k_notice_sequence, 1, 0, {}));
 }
 
+// SKIP: the track fades out; refused when nothing plays.
 void h_skip(request_ctx &c)
 {
     if (!player_skip(c.st)) {
@@ -516,12 +551,14 @@ void h_skip(request_ctx &c)
     post(c.out, target::others, make_frame(SKIP, k_notice_sequence, 1, 0, {}));
 }
 
+// CANCEL of a CD retrieval.
 void h_cancel(request_ctx &c)
 {
     // No drive, so no retrieval is ever outstanding: there is nothing left to cancel.
     reply(c, ok_album(c.req));
 }
 
+// AUDIO: the connection becomes an audio stream.
 void h_audio(request_ctx &c)
 {
     if (!c.self.audio)
@@ -532,6 +569,7 @@ void h_audio(request_ctx &c)
 
 // ---- chains ---------------------------------------------------------------------------------
 
+// LINK_QUERY: the chain of a track, head first.
 void h_link_query(request_ctx &c)
 {
     const std::vector<plist_entry> chain = store_chain(c.st.store, album_of(c.req), track_of(c.req));
@@ -550,6 +588,7 @@ void h_link_query(request_ctx &c)
     reply(c, ok_album(c.req), c.req.track, text);
 }
 
+// LINK_TRACK: starts, extends or deletes a chain.
 void h_link_track(request_ctx &c)
 {
     char head[64];
@@ -566,8 +605,13 @@ void h_link_track(request_ctx &c)
 
 // ---- CD drive: this server has none ----------------------------------------------------------
 
-void h_ret_track(request_ctx &c) { reply(c, k_refused); }     // nothing can be retrieved
-void h_no_drive(request_ctx &c) { reply(c, 0); }              // RET_CHECK, CD_EJECT, CD WAITING: nothing there
+// RET_TRACK: nothing can be retrieved.
+void h_ret_track(request_ctx &c) { reply(c, k_refused); }
+
+// RET_CHECK, CD_EJECT, CD WAITING: there is nothing in a drive.
+void h_no_drive(request_ctx &c) { reply(c, 0); }
+
+// WRITE_CD: no writer.
 void h_write_cd(request_ctx &c) { reply(c, ok_album(c.req), k_write_cd_no_drive); }
 
 using handler_fn = void (*)(request_ctx &);

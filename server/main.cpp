@@ -33,6 +33,7 @@ constexpr const char *k_usage =
     "  --log FILE       append the log to FILE (default: standard error)\n"
     "  --make-demo DIR  write a demo root with invented albums and synthesised media\n";
 
+// Whether a path is a folder.
 bool is_dir(const std::string &path)
 {
     struct stat sb {};

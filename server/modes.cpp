@@ -29,11 +29,13 @@ std::vector<plist_entry> candidates(const album_store &s, bool shortlist_only)
     return out;
 }
 
+// A Random choice.
 std::optional<plist_entry> choose_random(const album_store &s, std::mt19937 &rng)
 {
     return dj_pick_least_recent(s, candidates(s, false), rng);
 }
 
+// A Jukebox choice: the short-list, else Random.
 std::optional<plist_entry> choose_jukebox(const album_store &s, std::mt19937 &rng)
 {
     std::vector<plist_entry> shortlist = candidates(s, true);
@@ -42,6 +44,7 @@ std::optional<plist_entry> choose_jukebox(const album_store &s, std::mt19937 &rn
     return dj_pick_least_recent(s, std::move(shortlist), rng);
 }
 
+// A Playlist choice: the next selectable track of the selection playlist, else Random.
 std::optional<plist_entry> choose_from_playlist(const album_store &s, const std::vector<plist_entry> &selection,
                                                 dj_memory &memory, std::mt19937 &rng)
 {

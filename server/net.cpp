@@ -35,6 +35,7 @@ constexpr std::size_t k_max_audio_backlog = std::size_t{2} << 20;   // bytes an 
 constexpr std::size_t k_read_buffer = 64 * 1024;                // holds a whole message with room to spare
 constexpr std::size_t k_max_gather = 64;                        // frames written in one go
 
+// Nanoseconds of the steady clock.
 std::int64_t steady_ns()
 {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(steady_clock::now().time_since_epoch()).count();
@@ -95,8 +96,10 @@ struct server {
     }
 };
 
+// A new connection of the server.
 connection::connection(server &owner, tcp::socket socket) : srv(owner), sock(std::move(socket)), stall(owner.io) {}
 
+// Waits for more bytes from the client.
 void connection::read_more()
 {
     if (closed)
@@ -113,6 +116,7 @@ void connection::read_more()
                          });
 }
 
+// Takes every whole message out of what arrived and hands each to the protocol.
 void connection::on_read(std::size_t n)
 {
     have += n;
@@ -151,6 +155,7 @@ void connection::on_read(std::size_t n)
     read_more();
 }
 
+// Queues a frame; a client too far behind is closed.
 void connection::send(const frame_ptr &frame)
 {
     if (closed || frame == nullptr)
@@ -166,6 +171,7 @@ void connection::send(const frame_ptr &frame)
         write_more();
 }
 
+// Writes what is queued, several frames at once.
 void connection::write_more()
 {
     if (closed || outq.empty())
@@ -190,6 +196,7 @@ void connection::write_more()
     });
 }
 
+// Ends the connection, logs why, and gives back what its session held.
 void connection::close(const char *reason)
 {
     if (closed)
@@ -207,6 +214,7 @@ void connection::close(const char *reason)
     srv.deliver(out, nullptr);
 }
 
+// Accepts connections, one after another.
 void server::accept()
 {
     acceptor.async_accept([this](const std::error_code &ec, tcp::socket sock) {
@@ -232,6 +240,7 @@ void server::accept()
     });
 }
 
+// Handles one request and delivers what it sends.
 void server::dispatch(connection &c, const request &req)
 {
     if (stopping)
@@ -243,6 +252,7 @@ void server::dispatch(connection &c, const request &req)
         begin_stop(false);
 }
 
+// Sends each frame to the connections it is for.
 void server::deliver(const outbox &out, connection *requester)
 {
     if (out.items.empty())
@@ -270,6 +280,7 @@ void server::deliver(const outbox &out, connection *requester)
     }
 }
 
+// The clock: the player moves on and the audio goes out.
 void server::on_tick()
 {
     if (stopping)
@@ -296,6 +307,7 @@ void server::on_tick()
     });
 }
 
+// Starts the end: no more connections or requests; the last frames still go out.
 void server::begin_stop(bool tell_everyone)
 {
     if (stopping)
@@ -315,6 +327,7 @@ void server::begin_stop(bool tell_everyone)
     finish_stop();
 }
 
+// Ends the server once everything was sent, or the grace time is over.
 void server::finish_stop()
 {
     bool drained = true;

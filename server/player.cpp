@@ -19,6 +19,7 @@ constexpr std::int64_t k_ns_per_second = 1'000'000'000;
 constexpr std::int64_t k_max_step_ns = 10 * k_ns_per_second;   // a stalled clock does not skip whole tracks
 constexpr int k_start_attempts = 50;
 
+// Where the current track ends: its last byte, or the end of a skip's fade.
 std::int64_t track_end(const now_playing &n) { return n.fade_end >= 0 ? n.fade_end : n.data_bytes; }
 
 // Opens a track's media file and starts it: play count, history, PLIST_NOW. False when it cannot be played.

@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::size_t k_max_queued = 2 * k_bytes_per_second;   // two seconds
 
+// The playback thread: opens the sound server and writes what is queued.
 void playback(pulse_out &p)
 {
     const pa_sample_spec spec = {.format = PA_SAMPLE_S16LE, .rate = k_sample_rate, .channels = 2};

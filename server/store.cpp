@@ -68,6 +68,7 @@ struct statement {
     }
 };
 
+// Runs SQL without results; a failure is logged.
 bool exec(sqlite3 *db, const char *sql)
 {
     char *err = nullptr;
@@ -118,6 +119,7 @@ void refresh_text(stored_album &a)
     a.text.assign(buf, len);
 }
 
+// Writes the row of one entry.
 bool insert_entry(sqlite3 *db, int album, int index, const track_rec &t)
 {
     statement st(db, "INSERT OR REPLACE INTO entries VALUES(?,?,?,?,?,?,?,?,?,?)");
@@ -149,6 +151,7 @@ bool save_entries(album_store &s, int album, const std::vector<int> &which)
     return true;
 }
 
+// Finds the highest album in use among 1..3000.
 void recompute_max(album_store &s)
 {
     s.max_regular = 0;
@@ -159,6 +162,7 @@ void recompute_max(album_store &s)
         }
 }
 
+// Loads every album into the mirror.
 bool load_all(album_store &s)
 {
     statement st(s.db.get(),
@@ -195,11 +199,13 @@ bool load_all(album_store &s)
     return true;
 }
 
+// The album with number n, to change it, or nullptr.
 stored_album *get_mut(album_store &s, int n)
 {
     return n >= 0 && n < k_album_slots ? s.slots[static_cast<std::size_t>(n)].get() : nullptr;
 }
 
+// Forgets a number handed out.
 void unreserve(album_store &s, int n) { std::erase(s.reserved, n); }
 
 // The head of the chain a track belongs to; false when it is in none.

@@ -7,18 +7,21 @@
 
 namespace {
 
+// Stores 32 bits little-endian.
 void put_le32(unsigned char *p, std::uint32_t v)
 {
     for (int i = 0; i < 4; ++i)
         p[i] = static_cast<unsigned char>(v >> (8 * i));
 }
 
+// Stores 16 bits little-endian.
 void put_le16(unsigned char *p, std::uint16_t v)
 {
     p[0] = static_cast<unsigned char>(v);
     p[1] = static_cast<unsigned char>(v >> 8);
 }
 
+// Reads 32 bits little-endian.
 std::uint32_t get_le32(const unsigned char *p)
 {
     return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
