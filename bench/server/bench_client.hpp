@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <spawn.h>
@@ -30,11 +31,16 @@ struct server_proc {
     std::string root;
 };
 
-// Runs a program to its end; true when it exited with status 0.
+// Runs a program to its end, its output thrown away; true when it exited with status 0.
 inline bool run_to_end(const char *const argv[])
 {
     pid_t pid;
-    if (posix_spawn(&pid, argv[0], nullptr, nullptr, const_cast<char *const *>(argv), environ) != 0)
+    posix_spawn_file_actions_t fa;
+    posix_spawn_file_actions_init(&fa);
+    posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
+    const int rc = posix_spawn(&pid, argv[0], &fa, nullptr, const_cast<char *const *>(argv), environ);
+    posix_spawn_file_actions_destroy(&fa);
+    if (rc != 0)
         return false;
     int status = 0;
     waitpid(pid, &status, 0);
