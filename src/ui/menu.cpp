@@ -7,6 +7,7 @@
 #include "core/input.hpp"
 #include "core/link.hpp"
 #include "proto/text_util.hpp"
+#include "ui/centre.hpp"
 #include "ui/help.hpp"
 #include "ui/keys.hpp"
 #include "ui/menu_layout.hpp"
@@ -44,10 +45,9 @@ void lay_out(menu_run &m)
 void draw_rows(const menu_run &m, int highlight)
 {
     if (m.footer_text != nullptr && m.footer_text[0] != '\0') {
-        char text[77];
-        copy_bounded(text, m.footer_text);
+        const centred_text line = centre_for_80(m.footer_text);
         attron(A_REVERSE);
-        put_text(stdscr, LINES - 1, centre_column(static_cast<int>(std::strlen(text))), text);
+        put_text(stdscr, LINES - 1, line.column, line.text);
         attroff(A_REVERSE);
     }
     const int w = m.layout.width;

@@ -1,6 +1,7 @@
 #include "ui/screen.hpp"
 
 #include "proto/text_util.hpp"
+#include "ui/centre.hpp"
 
 #include <cstring>
 
@@ -40,10 +41,10 @@ void header(const char *title)
 {
     if (title != nullptr && title != heading)
         copy_bounded(heading, title);
-    heading[76] = '\0';
-    const int len = static_cast<int>(std::strlen(heading));
+    heading[k_centred_max] = '\0';
+    const centred_text line = centre_for_80(heading);
     attron(A_REVERSE);
-    put_text(stdscr, 0, centre_column(len), heading);
+    put_text(stdscr, 0, line.column, line.text);
     attroff(A_REVERSE);
     refresh();
 }

@@ -116,3 +116,10 @@ def test_no_password_when_the_key_is_commented_out(term, fake, root):
     open_maintenance(t)
     t.wait_for("Maintenance", row=0, col=centred("Maintenance"))
     assert "Password" not in t.text()
+
+
+def test_no_password_when_it_is_empty(term, fake, root):
+    t = start(term, fake, root, password="")
+    open_maintenance(t)
+    t.wait_for("Maintenance", row=0, col=centred("Maintenance"))
+    assert "Password" not in t.text()

@@ -5,7 +5,7 @@ import time
 from fakeserver import GETTIME
 from term import KEY
 from ui_common import (BOTTOM_FRAME, EXIT_QUESTION, MAIN_COL, MAIN_ROWS, MAIN_TOP, MAIN_WIDTH, centred,
-                       choose_main, highlighted, main_highlight, start, to_main_menu, wait_highlight,
+                       choose_main, highlighted, is_console, main_highlight, start, to_main_menu, wait_highlight,
                        wait_main_highlight)
 
 
@@ -89,13 +89,17 @@ def test_escape_asks_the_exit_question_and_y_exits(term, fake, root):
     assert t.wait_exit() == 0
 
 
-def test_any_other_answer_comes_back(term, fake, root):
+def test_any_other_answer_comes_back_by_way_of_the_console(term, fake, root):
     t = start(term, fake, root)
     for answer in ("n", "\r", "x", KEY.ESC):
         t.send(KEY.ESC)
         t.wait_for(EXIT_QUESTION, row=20, col=25)
         t.send(answer)
         t.wait_gone(EXIT_QUESTION)
+        end = time.time() + 10
+        while not is_console(t):
+            t.pump(0.05)
+            assert time.time() < end, "no playlist console after %r:\n%s" % (answer, t.text())
         to_main_menu(t)
         wait_main_highlight(t, 0)
     assert t.child.isalive()
