@@ -269,9 +269,10 @@ int playlist(const void *, int code, const char *)
             if (!opened)
                 return result;
         } else if (wanted != server_mode) {
-            // Once the server has taken the new mode, that is the mode as last learned.
+            // Once the server has taken the new mode, that is the mode as last learned; a
+            // refusal (album 0, or 0xFFFF) leaves the server's own.
             const auto changed = request(master_sock, 0xB0 + wanted, 1, 0, cur_plist);
-            if (changed->album != k_refused)
+            if (changed->album != 0 && changed->album != k_refused)
                 play_mode = wanted;
         }
     }
