@@ -1,6 +1,6 @@
 // zerkaserver: the jukebox server.
 //
-//   zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE]
+//   zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE] [--stall-limit S]
 //   zerkaserver --make-demo DIR
 #include "server/demo.hpp"
 #include "server/log.hpp"
@@ -24,6 +24,7 @@ constexpr int k_default_port = 7117;
 
 constexpr const char *k_usage =
     "Usage: zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE]\n"
+    "                   [--stall-limit SECONDS]\n"
     "       zerkaserver --make-demo DIR\n"
     "\n"
     "  --root DIR       the server's root: Media, PlayLists, History and the database zerka.db\n"
@@ -31,6 +32,7 @@ constexpr const char *k_usage =
     "  --port N         TCP port (default 7117; 0 picks a free one)\n"
     "  --output pulse   also play through the local PulseAudio server (default: none)\n"
     "  --log FILE       append the log to FILE (default: standard error)\n"
+    "  --stall-limit S  close a connection whose message stops half-way for S seconds (default 30)\n"
     "  --make-demo DIR  write a demo root with invented albums and synthesised media\n";
 
 // Whether a path is a folder.
@@ -80,6 +82,13 @@ int main(int argc, char **argv)
                 return 2;
             }
             opt.pulse = v == "pulse";
+        } else if (a == "--stall-limit") {
+            const long secs = lenient_atol(v);
+            if (secs < 1 || secs > 3600 || v.find_first_not_of("0123456789") != std::string_view::npos) {
+                std::fprintf(stderr, "zerkaserver: bad stall limit \"%s\"\n", argv[i]);
+                return 2;
+            }
+            opt.stall_seconds = static_cast<int>(secs);
         } else if (a == "--log") {
             log_path = v;
         } else {

@@ -28,7 +28,6 @@ using asio::ip::tcp;
 using std::chrono::steady_clock;
 
 constexpr auto k_tick = std::chrono::milliseconds(50);          // the player's clock
-constexpr auto k_stall_limit = std::chrono::seconds(30);        // a message stalled half-way closes its connection
 constexpr auto k_stop_grace = std::chrono::seconds(2);          // time to deliver the last messages on exit
 constexpr std::size_t k_max_backlog = std::size_t{8} << 20;    // bytes a client may fall behind
 constexpr std::size_t k_max_audio_backlog = std::size_t{2} << 20;   // bytes an audio stream may fall behind
@@ -73,6 +72,7 @@ struct server {
     asio::signal_set signals{io, SIGTERM};
     server_state &st;
     pulse_out *pulse = nullptr;
+    int stall_seconds = 30;
     std::map<int, std::shared_ptr<connection>> conns;
     int next_id = 1;
     bool stopping = false;
@@ -144,7 +144,7 @@ void connection::on_read(std::size_t n)
     have -= off;
     if (have > 0) {
         // Part of a message is in: the rest must follow within the limit.
-        stall.expires_after(k_stall_limit);
+        stall.expires_after(std::chrono::seconds(srv.stall_seconds));
         stall.async_wait([self = shared_from_this()](const std::error_code &ec) {
             if (!ec && !self->closed)
                 self->close("message stalled half-way");
@@ -229,6 +229,7 @@ void server::accept()
         }
         std::error_code ignored;
         sock.set_option(tcp::no_delay(true), ignored);
+        sock.set_option(asio::socket_base::keep_alive(true), ignored);   // a peer gone without a word is found out
         auto c = std::make_shared<connection>(*this, std::move(sock));
         c->s.id = next_id++;
         const tcp::endpoint peer = c->sock.remote_endpoint(ignored);
@@ -352,6 +353,7 @@ int run_server(server_state &st, const net_options &opt)
 {
     std::signal(SIGPIPE, SIG_IGN);
     server srv(st);
+    srv.stall_seconds = opt.stall_seconds;
     std::error_code ec;
     const asio::ip::address addr = asio::ip::make_address(opt.listen, ec);
     if (ec) {

@@ -211,6 +211,22 @@ def test_a_client_that_vanishes_mid_message_costs_nothing(demo):
     assert other.request(ALBUM_READ, album=20).album == 0xFFFD   # nothing half-written
 
 
+def test_a_message_stalled_half_way_costs_its_connection():
+    srv = RealServer(demo=True, args=["--stall-limit", "1"])
+    try:
+        stalled = srv.client()
+        stalled.sock.sendall(b"10 0105 00")
+        other = srv.client()
+        started = time.monotonic()
+        with pytest.raises((EOFError, ConnectionResetError)):
+            stalled.recv()
+        assert 0.8 < time.monotonic() - started < 5
+        assert "message stalled half-way" in srv.log_text()
+        assert other.request(GET_MODE).album == 2
+    finally:
+        srv.stop()
+
+
 def test_a_client_that_never_reads_is_dropped(demo):
     slow = demo.client()
     slow.sock.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
@@ -346,5 +362,7 @@ def test_bad_options_and_roots():
     assert r.returncode == 1 and "is not a directory" in r.stderr
     r = subprocess.run([ZERKASERVER, "--root", "/tmp", "--port", "x"], capture_output=True, text=True)
     assert r.returncode == 2 and 'bad port "x"' in r.stderr
+    r = subprocess.run([ZERKASERVER, "--root", "/tmp", "--stall-limit", "0"], capture_output=True, text=True)
+    assert r.returncode == 2 and 'bad stall limit "0"' in r.stderr
     r = subprocess.run([ZERKASERVER, "--help"], capture_output=True, text=True)
     assert r.returncode == 0 and r.stdout.startswith("Usage: zerkaserver --root DIR")
