@@ -13,6 +13,7 @@ void set_track_rows_hidden(int hidden)
         data_input[i].hidden = hidden;
 }
 
+// The row after `current`, from the last back to row 0.
 int next_row(int current, int rows) { return current + 1 < rows ? current + 1 : 0; }
 
 }   // namespace

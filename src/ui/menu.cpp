@@ -15,7 +15,6 @@
 #include "ui/screen.hpp"
 
 #include <cstdio>
-#include <cstring>
 #include <curses.h>
 
 namespace {

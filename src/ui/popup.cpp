@@ -35,6 +35,7 @@ struct window_handle {
 // Printable in the C locale: blank to tilde.
 bool printable(int key) { return key >= ' ' && key <= '~'; }
 
+// Folds an ASCII capital to lower case; every other key is left alone.
 int fold(int key) { return key >= 'A' && key <= 'Z' ? key - 'A' + 'a' : key; }
 
 // Writes the question of a one-key prompt and the reversed answer cell after it.

@@ -221,3 +221,16 @@ def test_interrupt_asks_the_exit_question(term, fake, root):
     t.wait_for(EXIT_QUESTION, row=20, col=25)
     t.send("y")
     assert t.wait_exit() == 0
+
+
+def test_ctrl_a_and_ctrl_l_reach_the_local_audio(term, fake, root):
+    # On the master machine neither the stream nor the player is available, and both say so.
+    t = start(term, fake, root, mode="master")
+    text = "Local audio stream not available on Master server"
+    for key in (KEY.ctrl("a"), KEY.ctrl("l")):
+        t.send(KEY.DOWN)
+        t.send(key)
+        t.wait_for(text, row=12, col=centred(text))
+        t.wait_gone(text, timeout=5)
+        t.wait_for("ZERKALIBRARY", row=0, col=34)
+    wait_main_highlight(t, 2)
