@@ -58,6 +58,7 @@ bool sure(int row, int column)
     return prompt(row, column, "Are you sure?", reply, 1, 0) == 'y';
 }
 
+// Says that a long operation is under way.
 void please_wait()
 {
     put_text(stdscr, 12, 30, "Please Wait....");
@@ -83,6 +84,7 @@ bool element_request(std::int64_t type, int album_no, int track_no, const char *
     return true;
 }
 
+// An element's selection letter, as the album table holds it.
 char selection_letter(const chain_item *e)
 {
     const track_rec *r = table_record(e->album_no, e->track_no);
@@ -300,7 +302,8 @@ void global_edit(chain_item *first, const char *, int count, int field)
     char line[256];
     std::snprintf(line, sizeof line, "This will replace all occurrences of \"%s\"", old_text);
     put_text(stdscr, 14, 6, line);
-    std::snprintf(line, sizeof line, "with \"%s\" in all %d %s fields.", new_text, count, field == 0 ? "artist" : "title");
+    std::snprintf(line, sizeof line, "with \"%s\" in all %d %s fields.", new_text, count,
+                  field == 0 ? "artist" : "title");
     put_text(stdscr, 15, 6, line);
     if (!sure(18, 6))
         return;

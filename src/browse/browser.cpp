@@ -82,6 +82,7 @@ struct browse_run {
     char saved_footer[sizeof footer] = "";
 };
 
+// Whether the list is a play-history list.
 bool history_mode(const browse_run &b) { return b.mode == k_browse_history; }
 
 // Releases a list this browser built.
@@ -93,6 +94,7 @@ void release(const browse_run &b, chain_item *list)
         free_chain(list);
 }
 
+// Releases every list this browser built.
 void release_copies(browse_run &b)
 {
     if (b.shown_owned)
@@ -103,6 +105,7 @@ void release_copies(browse_run &b)
     b.shown_owned = b.base_owned = false;
 }
 
+// Indexes the shown list by ordinal.
 void reindex(browse_run &b)
 {
     b.index.clear();
@@ -110,6 +113,7 @@ void reindex(browse_run &b)
         b.index.push_back(e);
 }
 
+// The element under the cursor, or null in an empty list.
 chain_item *current_element(const browse_run &b)
 {
     const int ordinal = current_ordinal(b.view);
@@ -117,6 +121,7 @@ chain_item *current_element(const browse_run &b)
                                                                        : nullptr;
 }
 
+// What identifies an element across a rebuild.
 element_id id_of(const chain_item *e)
 {
     if (e == nullptr)
@@ -260,6 +265,7 @@ void draw_box()
     mvaddch(22, right, ACS_LRCORNER);
 }
 
+// The footer on the bottom line from column 17, its key letters reversed.
 void draw_footer()
 {
     int col = k_footer_column;
@@ -273,6 +279,7 @@ void draw_footer()
     }
 }
 
+// Draws the whole screen: box, heading, the page, footer and position indicator.
 void draw(const browse_run &b)
 {
     clear();
@@ -482,12 +489,14 @@ void retrieval_check()
     send_msg(&msg);
 }
 
+// The keys a running local player takes.
 bool is_player_key(int key)
 {
     return key == keys::left || key == keys::right || key == keys::ctrl_left1 || key == keys::ctrl_left2 ||
            key == keys::ctrl_right1 || key == keys::ctrl_right2;
 }
 
+// The results of search_svce that end the browser.
 bool search_result_key(int r) { return r == 'c' || r == 't' || r == 'p' || r == 'd' || r == 'x'; }
 
 // The results that end the browser.

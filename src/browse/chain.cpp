@@ -33,6 +33,7 @@ unsigned char folded(char c) { return fold[static_cast<unsigned char>(c)]; }
 
 std::string_view drop_the(std::string_view s) { return starts_with_the(s) ? s.substr(4) : s; }
 
+// Tells the client that an element could not be allocated.
 void report_alloc_failure()
 {
     if (chain_alloc_failed != nullptr)
@@ -232,7 +233,8 @@ void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::
     case k_order_cdid:
         if (!history)
             by([&](const candidate &x, const candidate &y) {
-                return three_way(static_cast<std::uint32_t>(x.rec->cd_ident), static_cast<std::uint32_t>(y.rec->cd_ident));
+                return three_way(static_cast<std::uint32_t>(x.rec->cd_ident),
+                                 static_cast<std::uint32_t>(y.rec->cd_ident));
             });
         break;
     case k_order_plays:
@@ -250,6 +252,7 @@ void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::
     }
 }
 
+// Whether two candidates have the same artist and title as the orders compare them.
 bool same_song(const fold_arena &arena, const candidate &x, const candidate &y)
 {
     return arena.view(x.primary, x.primary_len) == arena.view(y.primary, y.primary_len) &&

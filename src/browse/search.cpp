@@ -159,6 +159,7 @@ void more_by_artist(const chain_item *e)
     copy_bounded(footer, saved_footer);
 }
 
+// Whether a track of the album table is on line.
 bool track_online(int album_no, int track_no)
 {
     const track_rec *r = table_record(album_no, track_no);
@@ -203,7 +204,8 @@ void check_album(int album_no)
         put_text(stdscr, row, 10, line);
         refresh();
         char result[128];
-        const bool ok = check_media_file(path, track_online(album_no, t), album_no, t, "  OK   ", result, sizeof result);
+        const bool ok =
+            check_media_file(path, track_online(album_no, t), album_no, t, "  OK   ", result, sizeof result);
         put_text(stdscr, row, 28, result);
         refresh();
         if (ok) {

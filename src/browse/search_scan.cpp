@@ -12,8 +12,12 @@ namespace {
 constexpr float k_alike_score = 90.0f;
 
 // Entries 1..tracks of an album, limited to the table.
-int track_limit(const album_rec &a) { return a.tracks < 0 ? 0 : (a.tracks >= k_max_entries ? k_max_entries - 1 : a.tracks); }
+int track_limit(const album_rec &a)
+{
+    return a.tracks < 0 ? 0 : (a.tracks >= k_max_entries ? k_max_entries - 1 : a.tracks);
+}
 
+// The last album number to look at, limited to the table.
 int album_limit(int last_album) { return last_album >= k_album_slots ? k_album_slots - 1 : last_album; }
 
 // Whether fuzzy_match of texts of these lengths can exceed the match score at
@@ -27,6 +31,7 @@ bool may_be_alike(std::size_t m, std::size_t n)
     return static_cast<float>(product) / static_cast<float>(m + n) > k_alike_score;
 }
 
+// A similarity above the match score.
 bool similar(const char *a, const char *b)
 {
     if (!may_be_alike(std::strlen(a), std::strlen(b)))
