@@ -179,3 +179,20 @@ def test_declining_the_delete_changes_nothing(fake, term):
     t.send("n")
     t.wait_for("Current Playlist (", row=0)
     assert links(fake) == []
+
+
+def test_with_a_chain_open_q_shows_that_chain_not_the_tracks_own(fake, term):
+    t, model = console(fake, term, chains=[[(2, 1), (1, 3)]])
+    t.send("q")
+    t.wait_for("Make this track the first link in a new chain?", row=16, col=10)
+    t.send("y")
+    t.wait_for("Current Playlist (", row=0)
+    on_row(t, 3)   # 0002/01 heads a chain of its own
+    t.send("q")
+    t.wait_for("The following tracks are linked:", row=2, col=10)
+    t.wait_for("Append Album 0002, Track 01 to this chain?", row=22, col=10)
+    assert t.at(4, 2, 7) == "0001/01"
+    assert t.at(5, 2, 7) != "0001/03"
+    t.send("y")
+    t.wait_for("Do you want to add further links?", row=22, col=10)
+    assert links(fake)[-1] == (2, 1, "0001 01")

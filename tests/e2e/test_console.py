@@ -230,17 +230,23 @@ def test_a_failed_control_says_so(fake, term):
     t.wait_for(" Control message failed", row=12)
 
 
-def test_start_and_pause_ask_nothing(fake, term):
+def test_only_stopping_asks_for_the_password(fake, term, root):
+    write_cfg(root, fake.port, password="sesame")
     PlaylistServer(fake, current=THREE)
     t = start_console(fake, term)
     t.send(ctrl("G"))
     go = fake.wait_for(GO)
     assert (go.album, go.track) == (1, 0)
     t.send(ctrl("P"))
-    fake.wait_for(PAUSE)
+    p = fake.wait_for(PAUSE)
+    assert (p.album, p.track) == (1, 0)
+    t.send(ctrl("F"))
+    t.wait_for("Are you sure you want to skip the current track?")
+    t.send("y")
+    fake.wait_for(SKIP)
     t.settle(0.3)
-    assert t.find("Are you sure") is None
     assert t.find("Password") is None
+    assert t.find("Are you sure") is None
 
 
 def test_stopping_the_auto_dj_asks_for_the_password(fake, term, root):
@@ -272,7 +278,9 @@ def test_a_wrong_password_stops_nothing(fake, term, root):
     assert count_of(fake, STOP) == 0
 
 
-def test_cancel_retrieve_without_one_only_says_so_and_reloads(fake, term):
+@pytest.mark.parametrize("drive", [None, "/dev/null"])
+def test_cancel_retrieve_without_one_only_says_so_and_reloads(fake, term, root, drive):
+    write_cfg(root, fake.port, extra={"CD_DRIVE": drive})
     PlaylistServer(fake, current=THREE)
     t = start_console(fake, term)
     reads = count_of(fake, PLIST_READ)
@@ -280,6 +288,7 @@ def test_cancel_retrieve_without_one_only_says_so_and_reloads(fake, term):
     t.wait_for("There are no outstanding retrieves", row=12)
     fake.wait_for(PLIST_READ, count=reads + 1)
     assert count_of(fake, CANCEL) == 0
+    assert t.find("Are you sure") is None
 
 
 def test_f5_refreshes_the_database(fake, term):
