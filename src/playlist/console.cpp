@@ -32,6 +32,7 @@
 
 namespace {
 
+// The code a control key sends.
 constexpr int ctrl(char letter) { return letter - 'A' + 1; }
 
 constexpr int k_key_ctrl_d = ctrl('D');
@@ -45,6 +46,7 @@ constexpr const char *k_console_footer = "move ^up  move ^down  move ^top  ^sear
 constexpr const char *k_save_as = "Save Current Playlist As:";
 constexpr int k_plist_name_len = 28;   // longest playlist name the operator may type
 
+// True for the name of the current playlist.
 bool is_current(const char *name) { return std::strcmp(name, k_current_plist) == 0; }
 
 // Builds a list from a playlist transfer text in the server's order; returns the count.
