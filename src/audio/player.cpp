@@ -19,6 +19,7 @@
 #include <curses.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/select.h>
 #include <pulse/error.h>
 #include <pulse/simple.h>
 #include <unistd.h>
@@ -88,9 +89,18 @@ void draw_panel(int elapsed)
     _exit(status);
 }
 
+// Ends a player whose client has gone: nobody is left to send it keys or to
+// show its time, and its signals would reach whatever process takes the client's number.
+void end_if_orphaned(pid_t parent, int fd)
+{
+    if (getppid() != parent)
+        player_exit(fd, 0);
+}
+
 // Waits until a key newer than `seen` arrives. SIGUSR1 is blocked between the
-// test and the wait, so a key cannot slip in unnoticed.
-void wait_for_key(std::sig_atomic_t seen)
+// test and the wait, so a key cannot slip in unnoticed; once a second the
+// player looks whether its client is still there.
+void wait_for_key(std::sig_atomic_t seen, pid_t parent, int fd)
 {
     sigset_t usr1;
     sigset_t old;
@@ -98,17 +108,18 @@ void wait_for_key(std::sig_atomic_t seen)
     sigaddset(&usr1, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &usr1, &old);
     sigdelset(&old, SIGUSR1);
-    while (key_serial == seen)
-        sigsuspend(&old);
+    while (key_serial == seen) {
+        const timespec second = {.tv_sec = 1, .tv_nsec = 0};
+        pselect(0, nullptr, nullptr, nullptr, &second, &old);
+        end_if_orphaned(parent, fd);
+    }
     pthread_sigmask(SIG_UNBLOCK, &usr1, nullptr);
 }
 
-// Reports the elapsed seconds to the client. A player whose client has gone
-// ends rather than signal whatever process takes the client's number.
+// Reports the elapsed seconds to the client.
 void send_elapsed(pid_t parent, int elapsed, int fd)
 {
-    if (getppid() != parent)
-        player_exit(fd, 0);
+    end_if_orphaned(parent, fd);
     fdvalue.sival_int = elapsed;
     sigqueue(parent, SIGUSR2, fdvalue);
 }
@@ -185,7 +196,7 @@ long read_some(int fd, char *buf, long n)
             const std::sig_atomic_t seen = key_serial;
             if (skip_value > 0)
                 break;
-            wait_for_key(seen);
+            wait_for_key(seen, parent, fd);
         }
         while (skip_value > 0) {
             pthread_sigmask(SIG_BLOCK, &usr1, nullptr);
@@ -201,12 +212,12 @@ long read_some(int fd, char *buf, long n)
             case key_effect::at_end:
                 lseek(fd, pos.position, SEEK_SET);
                 send_elapsed(parent, pos.elapsed, fd);
-                wait_for_key(seen);
+                wait_for_key(seen, parent, fd);
                 break;
             case key_effect::quit:
                 player_exit(fd, 0);
             case key_effect::pending:
-                wait_for_key(seen);   // silent until the next key
+                wait_for_key(seen, parent, fd);   // silent until the next key
                 break;
             }
         }

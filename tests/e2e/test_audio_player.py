@@ -86,12 +86,15 @@ class Panel:
                 return
 
     def wait(self, pred, timeout=15):
-        """Waits until the latest value satisfies pred; returns it."""
+        """Waits for a value satisfying pred (the one shown now, or a later one); returns it.
+        Every value counts, also one that a busy machine let pass between two looks."""
+        first = max(len(self.values) - 1, 0)
         end = time.time() + timeout
         while True:
             self.poll(0.05)
-            if self.values and pred(self.values[-1]):
-                return self.values[-1]
+            for v in self.values[first:]:
+                if pred(v):
+                    return v
             if time.time() > end:
                 raise AssertionError("panel shows %r; values seen %r\n%s" % (
                     self.t.at(10, 37, 5), self.values, self.t.text()))
@@ -210,7 +213,7 @@ def test_seeks_back_forward_start_and_end(term, fake, root, pa, name):
     t.send(KEY.LEFT)
     p.wait(lambda v: v == 0)
     before = p.since(mark)[-2]
-    assert p.since(mark)[-2:] == [before, 0] and before in (2, 3)
+    assert p.since(mark)[-2:] == [before, 0] and 2 <= before <= 27
     where = s.seam(before, 0)
 
     # Forward: the counter gains 31 and the block read before the seek is
@@ -340,8 +343,8 @@ def test_an_unknown_key_leaves_the_player_silent_until_the_next(term, fake, root
     s.panel.poll(1.0)
     assert not any(s.rec.snapshot()[quiet_from:]), "silent while the key is pending"
     s.t.send(KEY.RIGHT)
-    s.panel.wait(lambda v: v >= 30)
-    s.rec.wait_for(s.blocks[s.panel.values[-1]][MID:MID + 4096], 15, quiet_from)
+    after = s.panel.wait(lambda v: v >= 30)
+    s.rec.wait_for(s.blocks[after][MID:MID + 4096], 15, quiet_from)
 
 
 def test_a_file_shorter_than_a_header_plays_nothing_and_waits(term, fake, root, pa, name):
@@ -394,5 +397,15 @@ def test_the_player_ignores_the_interrupt_and_ends_with_its_client(term, fake, r
     os.kill(pid, signal.SIGUSR2)
     s.panel.wait(lambda v: v == 3)
     assert processes(name, "Locplay") == [pid]
+    s.t.kill()
+    assert wait_until(lambda: processes(name, "Locplay") == [], 5)
+
+
+def test_a_player_waiting_at_the_end_ends_with_its_client(term, fake, root, pa, name):
+    s = Setup(term, fake, root, pa, 3, name)
+    pid = s.play()
+    s.panel.wait(lambda v: v == 2)
+    time.sleep(1.5)
+    assert processes(name, "Locplay") == [pid], "waiting at the end"
     s.t.kill()
     assert wait_until(lambda: processes(name, "Locplay") == [], 5)
