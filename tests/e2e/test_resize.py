@@ -127,3 +127,21 @@ def test_a_sub_menu_is_laid_out_again(term, fake, root):
     assert highlighted(t, 6, 27, 24)
     t.send(KEY.ESC)
     wait_menu_at(t, 2, 31)   # (14 - 10 + 1) / 2
+
+
+def test_a_form_is_drawn_again(term, fake, root):
+    from test_forms import VALUE_COL, open_notes
+    t = open_notes(term, fake, root)
+    t.send("first")
+    t.send(KEY.DOWN)
+    t.send("sec")
+    t.wait_for("sec", row=7, col=VALUE_COL)
+    t.resize(20, 78)
+    t.settle()
+    t.wait_for("Notes: first", row=6, col=2)
+    t.wait_for("sec" + " " * 65, row=7, col=VALUE_COL)   # the row being edited, with what was typed
+    assert t.is_reverse(7, VALUE_COL)
+    t.send("ond")
+    t.wait_for("second", row=7, col=VALUE_COL)
+    t.send(KEY.ESC)
+    t.wait_gone("Notes:")
