@@ -282,7 +282,7 @@ void draw_footer()
 // Draws the whole screen: box, heading, the page, footer and position indicator.
 void draw(const browse_run &b)
 {
-    clear();
+    erase();
     draw_box();
     header(nullptr);
     const int shown = rows_shown(b.view);
