@@ -164,19 +164,20 @@ void h_album_write(request_ctx &c)
     post_album_written(c.st, c.out, n, target::others);
 }
 
-// ALBUM_DELETE: removes the album; answered by a notice only.
+// ALBUM_DELETE: removes the album; answered like any request (the client waits
+// for the answer), and announced to the others, who clear their copy.
 void h_album_delete(request_ctx &c)
 {
-    // The requester does not wait for an answer, so it gets none: a reply would
-    // be taken for the answer to its next request. Everyone hears of the deletion.
     const int n = album_of(c.req);
     if (!store_delete(c.st.store, n)) {
         slog("Album %04d not deleted: no such album (connection %d)", n, c.self.id);
+        reply(c, k_refused);
         return;
     }
     slog("Album %04d deleted (connection %d)", n, c.self.id);
     player_drop(c.st, n, 0);
-    post(c.out, target::all, make_frame(ALBUM_DELETED, k_notice_sequence, n, 0, {}));
+    reply(c, n);
+    post(c.out, target::others, make_frame(ALBUM_DELETED, k_notice_sequence, n, 0, {}));
 }
 
 // ALBUM_NEW and ALBUM_TEMP: a free album number, or 0.

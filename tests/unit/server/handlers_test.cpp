@@ -59,18 +59,19 @@ TEST_F(Protocol, ARefusedWriteAnswers0xFFFF)
     EXPECT_TRUE(notices().empty());
 }
 
-TEST_F(Protocol, DeletionIsAnnouncedToEveryoneAndNotAnswered)
+TEST_F(Protocol, DeletionIsAnsweredAndAnnouncedToTheOthers)
 {
     add_album(2, simple_album("Gone", 1));
     const frame_fields r = send(a, ALBUM_DELETE, 2);
-    EXPECT_EQ(r.type, -1);   // no reply: the client does not wait for one
+    EXPECT_EQ(r.type, ALBUM_DELETE);
+    EXPECT_EQ(r.album, 2);
     ASSERT_EQ(notices().size(), 1u);
-    EXPECT_EQ(notices()[0].to, target::all);
+    EXPECT_EQ(notices()[0].to, target::others);
     EXPECT_EQ(notices()[0].m.type, ALBUM_DELETED);
     EXPECT_EQ(notices()[0].m.album, 2);
     EXPECT_EQ(store_get(st.store, 2), nullptr);
-    send(a, ALBUM_DELETE, 2);
-    EXPECT_TRUE(out.empty());
+    EXPECT_EQ(send(a, ALBUM_DELETE, 2).album, 0xFFFF);   // nothing left to delete
+    EXPECT_TRUE(notices().empty());
 }
 
 TEST_F(Protocol, NewNumbersAreHandedOutOnceAndGivenBackOnClose)
