@@ -181,7 +181,9 @@ const char *get_time(std::time_t t)
         set_text(msg, "Time");
         send_msg(&msg);
         t = static_cast<std::time_t>(std::strtoul(msg.text, nullptr, 16));
-        if (master == 0) {
+        // The clock is set at one-second resolution; when it already shows the
+        // server's second, setting it again would only throw away the fraction.
+        if (master == 0 && t != std::time(nullptr)) {
             std::tm tm{};
             localtime_r(&t, &tm);
             char stamp[64];
