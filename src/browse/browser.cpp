@@ -151,7 +151,7 @@ chain_item *copy_list(const browse_run &b, const chain_item *from, int order)
     chain_item *out = nullptr;
     int n = 0;
     if (history_mode(b)) {
-        std::vector<history_entry> entries;
+        std::vector<history_item> entries;
         for (const chain_item *e = from; e != nullptr; e = e->next)
             entries.push_back({.album_no = e->album_no,
                                .track_no = e->track_no,

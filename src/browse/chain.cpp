@@ -584,11 +584,11 @@ int build_chain(chain_item **head, int order, std::span<const chain_entry> entri
     return static_cast<int>(out.size());
 }
 
-int build_history_chain(chain_item **head, int order, std::span<const history_entry> entries)
+int build_history_chain(chain_item **head, int order, std::span<const history_item> entries)
 {
     if (*head != nullptr) {
         int added = 0;
-        for (const history_entry &en : entries) {
+        for (const history_item &en : entries) {
             if (link_history(head, order, en.album_no, en.track_no, en.key, en.artist, en.title, en.length) < 0)
                 return -1;
             ++added;
@@ -601,7 +601,7 @@ int build_history_chain(chain_item **head, int order, std::span<const history_en
         for (candidate &c : cands)
             delete c.rec;
     };
-    for (const history_entry &en : entries) {
+    for (const history_item &en : entries) {
         track_rec *block = history_block(en.artist, en.title, en.length);
         if (block == nullptr) {
             release();

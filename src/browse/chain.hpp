@@ -55,7 +55,7 @@ struct chain_entry {
 };
 
 // One history entry to be placed in a list built in one go; the texts are copied.
-struct history_entry {
+struct history_item {
     std::int32_t album_no;
     std::int32_t track_no;
     std::int64_t key;   // the time the track was played
@@ -72,7 +72,7 @@ struct history_entry {
 int build_chain(chain_item **head, int order, std::span<const chain_entry> entries, int keep_duplicates);
 
 // The same for history entries, as link_history would place them.
-int build_history_chain(chain_item **head, int order, std::span<const history_entry> entries);
+int build_history_chain(chain_item **head, int order, std::span<const history_item> entries);
 
 // Releases a history list built by this program's own copies, text blocks included.
 void free_history_chain(chain_item *first);

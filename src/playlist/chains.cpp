@@ -26,7 +26,7 @@ int chain_head_track;   // track number of the open chain's head
 constexpr int k_last_member_row = 21;   // the chain screen lists members down to the frame's last inner row
 
 // The members of the chain a track is in (empty when it is in none).
-std::vector<plist_pair> query_chain(int album_no, int track_no)
+std::vector<plist_entry> query_chain(int album_no, int track_no)
 {
     const auto reply = request(master_sock, LINK_QUERY, album_no, track_no, "");
     if (reply->album == 0)
@@ -36,13 +36,13 @@ std::vector<plist_pair> query_chain(int album_no, int track_no)
 }
 
 // Draws the chain screen; the member that is the track asked about is bold.
-void show_chain(const std::vector<plist_pair> &members, int album_no, int track_no)
+void show_chain(const std::vector<plist_entry> &members, int album_no, int track_no)
 {
     clear();
     frame(stdscr);
     put_text(stdscr, 2, 10, "The following tracks are linked:");
     int row = 4;
-    for (const plist_pair &m : members) {
+    for (const plist_entry &m : members) {
         if (row > k_last_member_row)
             break;
         const bool known = valid_entry(m.album, m.track);
@@ -93,7 +93,7 @@ void link_track_request(int album_no, int track_no, int head_album, int head_tra
 
 void view_chain(int album_no, int track_no)
 {
-    const std::vector<plist_pair> members = query_chain(album_no, track_no);
+    const std::vector<plist_entry> members = query_chain(album_no, track_no);
     if (!members.empty())
         show_chain(members, album_no, track_no);
     else
@@ -104,7 +104,7 @@ void view_chain(int album_no, int track_no)
 
 void add_to_chain(int album_no, int track_no)
 {
-    const std::vector<plist_pair> members =
+    const std::vector<plist_entry> members =
         linking ? query_chain(chain_head_album, chain_head_track) : query_chain(album_no, track_no);
     if (members.empty()) {
         show_not_linked(album_no, track_no);

@@ -53,7 +53,7 @@ bool is_current(const char *name) { return std::strcmp(name, k_current_plist) ==
 int build_plist(chain_item **head, const server_msg *msg)
 {
     std::vector<chain_entry> entries;
-    for (const plist_pair &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
+    for (const plist_entry &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
         entries.push_back({.album_no = e.album, .track_no = e.track, .key = 0});
     return std::max(build_chain(head, k_order_append, entries, 1), 0);
 }

@@ -43,7 +43,7 @@ int browse_history(const char *file_text, const char *title, bool console)
         // A reply without an entry ends the walk like the album field 0 does.
         if (reply->album == 0 || len == 0)
             break;
-        history_row e;
+        history_entry e;
         if (!history_record(std::string_view(reply->text, len), e))
             continue;   // an entry that cannot be read is left out
         if (link_history(&head, k_order_append, e.album, e.track, e.time_played, e.artist, e.title, e.length) < 0)

@@ -50,9 +50,9 @@ void format_track_menu_title(char *buf, std::size_t cap, const char *artist, con
     std::snprintf(buf, cap, "%.*s", static_cast<int>(n), from);
 }
 
-std::vector<plist_pair> parse_chain_reply(const char *text, std::size_t len)
+std::vector<plist_entry> parse_chain_reply(const char *text, std::size_t len)
 {
-    std::vector<plist_pair> members;
+    std::vector<plist_entry> members;
     std::size_t start = 0;
     for (std::size_t i = 0; i <= len; ++i) {
         const bool end = i == len || text[i] == '\0';
@@ -62,7 +62,7 @@ std::vector<plist_pair> parse_chain_reply(const char *text, std::size_t len)
         const std::size_t n = i - start < sizeof line - 1 ? i - start : sizeof line - 1;
         std::memcpy(line, text + start, n);
         line[n] = '\0';
-        plist_pair e{};
+        plist_entry e{};
         if (std::sscanf(line, "%d %d", &e.album, &e.track) == 2)
             members.push_back(e);
         if (end)
@@ -83,9 +83,9 @@ bool valid_entry(long album_no, long track_no)
     return album_no >= 0 && album_no < k_album_slots && track_no >= 0 && track_no < k_max_entries;
 }
 
-std::vector<plist_pair> plist_records(const char *text, std::size_t len)
+std::vector<plist_entry> plist_records(const char *text, std::size_t len)
 {
-    std::vector<plist_pair> pairs;
+    std::vector<plist_entry> pairs;
     for_each_plist_record(text, strnlen(text, len), [&](int album_no, int track_no) {
         if (valid_entry(album_no, track_no))
             pairs.push_back({.album = album_no, .track = track_no});
@@ -93,18 +93,7 @@ std::vector<plist_pair> plist_records(const char *text, std::size_t len)
     return pairs;
 }
 
-bool history_record(std::string_view text, history_row &row)
+bool history_record(std::string_view text, history_entry &e)
 {
-    history_entry e;
-    const bool read = parse_history_entry(text, e);
-    row = {};
-    row.time_played = e.time_played;
-    row.album = e.album;
-    row.track = e.track;
-    static_assert(sizeof row.artist == sizeof e.artist && sizeof row.title == sizeof e.title &&
-                  sizeof row.length == sizeof e.length);
-    std::memcpy(row.artist, e.artist, sizeof row.artist);
-    std::memcpy(row.title, e.title, sizeof row.title);
-    std::memcpy(row.length, e.length, sizeof row.length);
-    return read && valid_entry(row.album, row.track);
+    return parse_history_entry(text, e) && valid_entry(e.album, e.track);
 }

@@ -2,28 +2,14 @@
 // menu titles, the name lists of DIRLIST replies and the member lists of chains.
 #pragma once
 
+#include "proto/transfer_text.hpp"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
 
 inline constexpr int k_plist_add_max = 256;   // most tracks one append may add to the current playlist
-
-// One album/track pair of a playlist or a chain.
-struct plist_pair {
-    int album;
-    int track;
-};
-
-// One history entry as the history screens list it.
-struct history_row {
-    std::int64_t time_played;   // seconds, written in hexadecimal at the start of the entry
-    int album;
-    int track;
-    char artist[30];   // 29 columns from column 17, trailing blanks stripped
-    char title[30];    // 29 columns from column 48, trailing blanks stripped
-    char length[6];    // 5 columns from column 79
-};
 
 // The playing mode (0..6) a mode code 0xB0..0xB6 selects, or -1 for any other code.
 int mode_of_code(int code);
@@ -53,7 +39,7 @@ int for_each_dir_name(const char *text, std::size_t len, Fn &&fn);
 
 // The members of a LINK_QUERY reply in chain order ("%d %d" per line; the first is the head).
 // Lines that do not read as two numbers are skipped.
-std::vector<plist_pair> parse_chain_reply(const char *text, std::size_t len);
+std::vector<plist_entry> parse_chain_reply(const char *text, std::size_t len);
 
 // One member line of the chain screen: "%04d/%02d %-32.32s - %-32.32s".
 void format_chain_member(char *buf, std::size_t cap, int album_no, int track_no, const char *artist,
@@ -64,11 +50,11 @@ bool valid_entry(long album_no, long track_no);
 
 // The album/track pairs of a playlist transfer text of `len` bytes (a NUL ends
 // it sooner), in the server's order, leaving out pairs the album table cannot hold.
-std::vector<plist_pair> plist_records(const char *text, std::size_t len);
+std::vector<plist_entry> plist_records(const char *text, std::size_t len);
 
-// Reads one history transfer text into row; false when it is not an entry that
+// Reads one history transfer text into e; false when it is not an entry that
 // can be listed (malformed, or numbers the album table cannot hold).
-bool history_record(std::string_view text, history_row &row);
+bool history_record(std::string_view text, history_entry &e);
 
 template <typename Fn>
 int for_each_dir_name(const char *text, std::size_t len, Fn &&fn)

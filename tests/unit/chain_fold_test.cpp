@@ -405,7 +405,7 @@ TEST_F(ChainFold, HistoryListsBuiltInOneGoMatchTheWalk)
     static const char *const titles[] = {"x", "X", "y", "Help"};
     static const char *const times[] = {"10:05", "9:59", "03:00", "3:00"};
     for (int round = 0; round < 100; ++round) {
-        std::vector<history_entry> entries;
+        std::vector<history_item> entries;
         const int n = 1 + static_cast<int>(rng() % 60);
         for (int i = 0; i < n; ++i)
             entries.push_back({static_cast<int>(rng() % 4), static_cast<int>(rng() % 4),
@@ -413,7 +413,7 @@ TEST_F(ChainFold, HistoryListsBuiltInOneGoMatchTheWalk)
                                times[rng() % 4]});
         for (int order : {1, 2, 3, 4, 5, 6, 7, 9, 10, 16}) {
             chain_item *walked = nullptr;
-            for (const history_entry &h : entries)
+            for (const history_item &h : entries)
                 ASSERT_EQ(link_history(&walked, order, h.album_no, h.track_no, h.key, h.artist, h.title, h.length), 1);
             chain_item *fast = nullptr;
             ASSERT_EQ(build_history_chain(&fast, order, entries), n);

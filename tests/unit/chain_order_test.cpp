@@ -208,13 +208,13 @@ TEST_F(ChainOrder, HistoryOrdersCopyTheTextsAndAppendForCdIdAndPlays)
     EXPECT_EQ(by_time->key, 100);
     EXPECT_EQ(numbers_of(by_plays), numbers_of(head));
 
-    std::vector<history_entry> entries;
+    std::vector<history_item> entries;
     for (const chain_item *e = head; e != nullptr; e = e->next)
         entries.push_back({e->album_no, e->track_no, e->key, e->track->artist, e->track->title, e->track->time});
     for (int order : {k_order_numeric, k_order_artist, k_order_title, k_order_length, k_order_cdid, k_order_plays,
                       k_order_original, k_order_append, k_order_history_time, k_order_reverse}) {
         chain_item *walk = nullptr;
-        for (const history_entry &h : entries)
+        for (const history_item &h : entries)
             link_history(&walk, order, h.album_no, h.track_no, h.key, h.artist, h.title, h.length);
         chain_item *fast = nullptr;
         ASSERT_EQ(build_history_chain(&fast, order, entries), 3);

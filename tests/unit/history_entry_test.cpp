@@ -24,7 +24,7 @@ std::string entry(const std::string &head, const std::string &artist, const std:
 TEST(HistoryTransfer, FieldsComeFromColumns17_48And79)
 {
     const std::string text = entry("6543210A 0012/03", "Some Artist", "Some Title", "03:45");
-    history_row e;
+    history_entry e;
     ASSERT_TRUE(history_record(text, e));
     EXPECT_EQ(e.time_played, 0x6543210A);
     EXPECT_EQ(e.album, 12);
@@ -38,7 +38,7 @@ TEST(HistoryTransfer, ArtistAndTitleAreCutTo29AndStripped)
 {
     // The artist's 29 columns end at the blank before " - "; the title runs up to column 77.
     const std::string text = entry("1 1/1", std::string(31, 'a'), std::string(31, 'b'), "12:34");
-    history_row e;
+    history_entry e;
     ASSERT_TRUE(history_record(text, e));
     EXPECT_EQ(std::string(e.artist), std::string(29, 'a'));
     EXPECT_EQ(std::string(e.title), std::string(29, 'b'));
@@ -51,14 +51,14 @@ TEST(HistoryTransfer, ArtistAndTitleAreCutTo29AndStripped)
 TEST(HistoryTransfer, TheLengthIsCutToFiveColumns)
 {
     const std::string text = entry("1 1/1", "A", "T", "123:456]");
-    history_row e;
+    history_entry e;
     ASSERT_TRUE(history_record(text, e));
     EXPECT_STREQ(e.length, "123:4");
 }
 
 TEST(HistoryTransfer, TheTimeIsHexadecimalSeconds)
 {
-    history_row e;
+    history_entry e;
     ASSERT_TRUE(history_record(entry("FFFFFFFF 0001/01", "A", "T", "01:00"), e));
     EXPECT_EQ(e.time_played, 0xFFFFFFFFLL);
     ASSERT_TRUE(history_record(entry("0 1/2", "A", "T", "01:00"), e));
@@ -68,7 +68,7 @@ TEST(HistoryTransfer, TheTimeIsHexadecimalSeconds)
 
 TEST(HistoryTransfer, TextsEndingBeforeAColumnLeaveThatFieldEmpty)
 {
-    history_row e;
+    history_entry e;
     ASSERT_TRUE(history_record("5A 0002/04", e));
     EXPECT_STREQ(e.artist, "");
     EXPECT_STREQ(e.title, "");
@@ -83,7 +83,7 @@ TEST(HistoryTransfer, TextsEndingBeforeAColumnLeaveThatFieldEmpty)
 
 TEST(HistoryTransfer, MalformedEntriesAreNotListedAndNeverCrash)
 {
-    history_row e;
+    history_entry e;
     EXPECT_FALSE(history_record("", e));
     EXPECT_FALSE(history_record("not an entry at all", e));
     EXPECT_FALSE(history_record("12AB 0005", e));

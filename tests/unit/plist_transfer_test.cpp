@@ -11,10 +11,10 @@
 
 namespace {
 
-std::string pairs_of(const std::vector<plist_pair> &v)
+std::string pairs_of(const std::vector<plist_entry> &v)
 {
     std::string out;
-    for (const plist_pair &e : v)
+    for (const plist_entry &e : v)
         out += std::to_string(e.album) + "/" + std::to_string(e.track) + " ";
     return out;
 }
