@@ -510,7 +510,9 @@ int pass_on(browse_run &b, int key)
     if ((b.mode == k_browse_console || b.mode == k_browse_offline) && b.order != k_order_append)
         return k_no_result;
     chain_item *current = current_element(b);
-    if (key == 'a' && current == nullptr)
+    // Without an element 'a' is held back, except on the console, whose empty
+    // list still opens the album screen with it.
+    if (key == 'a' && current == nullptr && b.mode != k_browse_console)
         return k_no_result;
     char heading_before[sizeof heading];
     char footer_before[sizeof footer];

@@ -9,7 +9,7 @@ import time
 from browse_common import (Library, centred_col, ctrl, lib_line, list_line, open_console, rows, search, wait_current,
                            wait_position, wait_rows)
 from conftest import write_cfg
-from fakeserver import ALBUM_READ, FAILED, REFRESH, reply
+from fakeserver import ALBUM_READ, FAILED, PLIST_ADD_LOCAL, REFRESH, reply
 
 HISTORY = 0x23
 RET_CHECK = 0x6C
@@ -263,10 +263,27 @@ def test_an_empty_console_shows_an_empty_page_without_indicator(fake, term):
     t.settle(0.5)
     assert all(r.strip() == "" for r in rows(t, 20))
     assert t.at(23, 1, 10).strip() == ""
-    t.send("a")                         # not passed on without an element: no album screen
-    t.settle(0.5)
-    assert "not available yet" not in t.text()
-    assert "Current Playlist (" in t.row(0)
+
+
+def test_a_is_not_passed_on_without_an_element(fake, term):
+    # An empty offline playlist: its callback would add the missing element to
+    # the current playlist, so 'a' must never reach it.
+    from console_helpers import PlaylistServer, start_console
+    PlaylistServer(fake, current=[(1, 1)], offline={"empty": []})
+    t = start_console(fake, term)
+    t.send("p")
+    t.wait_for("Select Offline Playlist", row=0)
+    t.settle(0.3)
+    t.send("e")
+    t.send(KEY.ENTER)
+    t.wait_for("Playlist: empty", row=0)
+    t.settle(0.3)
+    adds = len(fake.of_type(PLIST_ADD_LOCAL))
+    t.send("a")
+    t.settle(0.8)
+    assert len(fake.of_type(PLIST_ADD_LOCAL)) == adds
+    assert "Added to" not in t.text() and "Already In" not in t.text()
+    assert t.row(0).strip().startswith("Playlist: empty")
 
 
 def test_the_console_list_and_its_indicator(fake, term):
