@@ -11,7 +11,7 @@ The daemon runs as the calling user (root in CI) with its own runtime, state
 and config directories, a null sink as its only sink (so nothing is heard) and
 the native protocol on a private socket with anonymous access. Samples pass
 through the null sink unchanged (one stream, full volume, the same sample
-specification), so a test can look for the exact bytes it sent.
+format, rate and channels), so a test can look for the exact bytes it sent.
 
 Also: PCM generators (sine, noise), WAV writing, and searches in a recording.
 """
