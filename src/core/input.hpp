@@ -58,5 +58,6 @@ void async_msg(server_msg *msg);
 // Ends the program after the server connection was lost.
 [[noreturn]] void server_lost();
 
-// Counts terminal resizes; screens compare it to re-lay themselves out.
+// Counts the events after which a screen must lay itself out and draw again
+// completely: terminal resizes, and a declined exit question, which cleared the screen.
 extern int resize_generation;
