@@ -294,22 +294,11 @@ void loc_play_redraw()
     draw_panel(panel_elapsed);
 }
 
-namespace {
-
-// The value the player is sent for a key typed at this terminal.
-int key_for_player(int key)
-{
-    const char *name = key > 0 ? keyname(key) : nullptr;
-    return player_key_code(key, name != nullptr ? name : "");
-}
-
-}   // namespace
-
-bool player_takes_key(int key) { return player_key(key_for_player(key)); }
+bool player_takes_key(int key) { return player_key(key); }
 
 bool forward_to_player(int key)
 {
-    fdvalue.sival_int = key_for_player(key);
+    fdvalue.sival_int = key;
     if (local_audio_pid != 0 && sigqueue(local_audio_pid, SIGUSR1, fdvalue) == 0)
         return true;
     // No player known, or the known one has gone: the process name decides.

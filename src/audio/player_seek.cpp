@@ -12,15 +12,6 @@ key_effect go_to_end(player_pos &p)
 
 }   // namespace
 
-int player_key_code(int key, std::string_view curses_name)
-{
-    if (curses_name == "kLFT5")
-        return k_player_ctrl_left_a;
-    if (curses_name == "kRIT5")
-        return k_player_ctrl_right_a;
-    return key;
-}
-
 bool player_key(int code)
 {
     switch (code) {

@@ -3,14 +3,14 @@
 #pragma once
 
 #include <cstddef>
-#include <string_view>
 
 inline constexpr std::size_t k_block_samples = 88200;   // one second: 44100 frames of 2 channels
 inline constexpr long k_block_bytes = 176400;           // the same in bytes (16-bit samples)
 inline constexpr long k_skip_bytes = 5292000;           // 30 seconds
 inline constexpr long k_wav_header_bytes = 44;          // the header is taken to be exactly this long
 
-// Key codes the client forwards (curses key values).
+// Key codes the client forwards (curses key values; control with the cursor
+// keys as the input loop gives them whatever the terminal).
 inline constexpr int k_player_esc = 27;
 inline constexpr int k_player_left = 260;
 inline constexpr int k_player_right = 261;
@@ -19,13 +19,7 @@ inline constexpr int k_player_ctrl_left_b = 545;
 inline constexpr int k_player_ctrl_right_a = 559;
 inline constexpr int k_player_ctrl_right_b = 560;
 
-// The value sent to the player for a key. Terminals differ in the codes curses
-// gives control with the cursor keys; the player knows 544 (and 545) for the
-// start and 559 (and 560) for the end, so the terminal's own codes, known by
-// their curses names kLFT5 and kRIT5, become those. Other keys go as they are.
-int player_key_code(int key, std::string_view curses_name);
-
-// True for the keys the player acts on (after player_key_code).
+// True for the keys the player acts on.
 bool player_key(int code);
 
 // skip_value: nothing pending, or a seek was just made (the block already read is dropped).

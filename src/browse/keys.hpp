@@ -2,6 +2,8 @@
 // named once for the browser, the searches and the line editor.
 #pragma once
 
+#include "core/keymap.hpp"
+
 namespace keys {
 
 inline constexpr int ctrl_a = 1;
@@ -35,15 +37,15 @@ inline constexpr int page_up = 339;
 inline constexpr int enter = 343;
 inline constexpr int end = 360;
 
-// Extended codes that depend on the terminal description (control with the
-// cursor keys, Home and End in xterm-like terminals).
-inline constexpr int first_alt1 = 0x217;
-inline constexpr int first_alt2 = 0x22B;
-inline constexpr int last_alt1 = 0x212;
-inline constexpr int last_alt2 = 0x226;
-inline constexpr int ctrl_left1 = 0x220;
-inline constexpr int ctrl_left2 = 0x221;
-inline constexpr int ctrl_right1 = 0x22F;
-inline constexpr int ctrl_right2 = 0x230;
+// Control with the cursor, Home, End and page keys, as the input loop gives
+// them whatever the terminal (core/keymap.hpp).
+inline constexpr int first_alt1 = k_key_ctrl_home;
+inline constexpr int first_alt2 = k_key_ctrl_page_up;
+inline constexpr int last_alt1 = k_key_ctrl_end;
+inline constexpr int last_alt2 = k_key_ctrl_page_down;
+inline constexpr int ctrl_left1 = k_key_ctrl_left;
+inline constexpr int ctrl_left2 = k_key_ctrl_shift_left;
+inline constexpr int ctrl_right1 = k_key_ctrl_right;
+inline constexpr int ctrl_right2 = k_key_ctrl_shift_right;
 
 }   // namespace keys

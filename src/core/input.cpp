@@ -1,6 +1,7 @@
 #include "core/input.hpp"
 
 #include "audio/player.hpp"
+#include "core/keymap.hpp"
 #include "core/link.hpp"
 #include "core/signals.hpp"
 #include "core/startup.hpp"
@@ -216,7 +217,7 @@ int get_input(server_msg *msg, int ticks)
             key = wgetch(stdscr);
             wtimeout(stdscr, 100);
             if (key != ERR)
-                return key;
+                return canonical_key(key);
         }
     }
     for (;;) {
@@ -268,10 +269,11 @@ int get_input(server_msg *msg, int ticks)
             if (gui && FD_ISSET(STDIN_FILENO, &readable)) {
                 if (key_wait) {
                     restore_cursor(cursor);
-                    return wgetch(stdscr);
+                    const int key = wgetch(stdscr);
+                    return key == ERR ? ERR : canonical_key(key);
                 }
                 for (int key; (key = wgetch(stdscr)) != ERR;)
-                    typed_ahead.push(key);
+                    typed_ahead.push(canonical_key(key));
             }
             int fd = -1;
             if (master_sock >= 0 && FD_ISSET(master_sock, &readable))

@@ -5,6 +5,7 @@
 #include "core/access.hpp"
 #include "core/config.hpp"
 #include "core/input.hpp"
+#include "core/keymap.hpp"
 #include "core/link.hpp"
 #include "core/log.hpp"
 #include "core/process.hpp"
@@ -135,6 +136,7 @@ void init_screen()
     }
     wbkgd(stdscr, COLOR_PAIR(1));
     refresh();
+    init_keymap();
 }
 
 void resize_func(int)

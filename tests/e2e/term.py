@@ -41,6 +41,11 @@ class _Keys:
         self.KP_ENTER = cap("kent")
         self.CTRL_LEFT = cap("kLFT5")
         self.CTRL_RIGHT = cap("kRIT5")
+        self.CTRL_HOME = cap("kHOM5")
+        self.CTRL_END = cap("kEND5")
+        self.CTRL_PGUP = cap("kPRV5")
+        self.CTRL_PGDN = cap("kNXT5")
+        self.CTRL_INS = cap("kIC5")
         for n in range(1, 13):
             setattr(self, "F%d" % n, cap("kf%d" % n))
         self.ESC = "\x1b"

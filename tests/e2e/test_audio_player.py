@@ -267,9 +267,6 @@ def test_seeks_back_forward_start_and_end(term, fake, root, pa, name):
     assert wait_until(lambda: processes(name, "Locplay") == [])
 
 
-@pytest.mark.xfail(strict=True, reason="the browser forwards control with the cursor keys only in the codes "
-                   "0x220/0x221 and 0x22f/0x230, not in this terminal's own codes (kLFT5 550, kRIT5 565); "
-                   "player_takes_key() names both")
 def test_control_arrows_typed_at_the_terminal_reach_the_player(term, fake, root, pa, name):
     s = Setup(term, fake, root, pa, 100, name)
     s.play()

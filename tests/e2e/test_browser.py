@@ -85,6 +85,23 @@ def test_paging_keys(fake, term):
     assert_page(t, lib, 41, 45)
 
 
+def test_control_home_end_and_page_keys_go_to_the_first_and_last_element(fake, term):
+    # The terminal's own codes for these keys reach the browser as its fixed codes.
+    lib, t = open_long(fake, term)
+    t.send(KEY.CTRL_END)
+    assert_page(t, lib, 41, 45)
+    t.send(KEY.CTRL_HOME)
+    assert_page(t, lib, 1, 1)
+    t.send(KEY.CTRL_PGDN)
+    assert_page(t, lib, 41, 45)
+    t.send(KEY.CTRL_PGUP)
+    assert_page(t, lib, 1, 1)
+    t.send(KEY.DOWN)
+    t.send(KEY.CTRL_LEFT)              # no player: passed on, nothing moves
+    t.send(KEY.CTRL_INS)               # a key that means nothing here
+    assert_page(t, lib, 1, 2)
+
+
 def test_find_with_wrap_and_not_found(fake, term):
     lib, t = open_long(fake, term)
     t.send(KEY.F3)
