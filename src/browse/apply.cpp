@@ -12,6 +12,7 @@
 #include "db/album.hpp"
 #include "playlist/offline.hpp"
 #include "playlist/state.hpp"
+#include "proto/file_handle.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
 #include "ui/menu.hpp"
@@ -91,19 +92,6 @@ char selection_letter(const chain_item *e)
     return r != nullptr ? r->status : e->track->status;
 }
 
-// A playlist file opened for appending, closed when it goes out of scope.
-struct append_file {
-    std::FILE *f;
-    explicit append_file(const char *path) : f(std::fopen(path, "a")) {}
-    append_file(const append_file &) = delete;
-    append_file &operator=(const append_file &) = delete;
-    ~append_file()
-    {
-        if (f != nullptr)
-            std::fclose(f);
-    }
-};
-
 // Code 0: appends every element to the playlist file "PlayLists/<name>".
 int append_to_file(const char *name)
 {
@@ -121,7 +109,7 @@ int append_to_file(const char *name)
     please_wait();
     char path[256];
     std::snprintf(path, sizeof path, "%s/%s", "PlayLists", name);
-    append_file file(path);
+    file_handle file(path, "a");
     if (file.f == nullptr) {
         char text[512];
         std::snprintf(text, sizeof text, "Cannot open %s for append - %s", name, std::strerror(errno));

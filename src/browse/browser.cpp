@@ -17,6 +17,7 @@
 #include "media/loaded_cd.hpp"
 #include "playlist/history.hpp"
 #include "playlist/state.hpp"
+#include "proto/file_handle.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
 #include "ui/form.hpp"
@@ -410,23 +411,10 @@ void show_totals(const browse_run &b)
     prompt(20, 10, "Continue:", reply, 1, 0);
 }
 
-// A file opened for appending, closed when it goes out of scope.
-struct append_file {
-    std::FILE *f;
-    explicit append_file(const char *path) : f(std::fopen(path, "a")) {}
-    append_file(const append_file &) = delete;
-    append_file &operator=(const append_file &) = delete;
-    ~append_file()
-    {
-        if (f != nullptr)
-            std::fclose(f);
-    }
-};
-
 // j: appends a note about the current element to "Notes.txt".
 void write_note(const browse_run &b)
 {
-    append_file notes("Notes.txt");
+    file_handle notes("Notes.txt", "a");
     if (notes.f == nullptr) {
         error_msg("Cannot open note file", 0);
         return;

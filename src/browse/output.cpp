@@ -4,6 +4,7 @@
 #include "browse/browse_layout.hpp"
 #include "browse/chain.hpp"
 #include "browse/output_format.hpp"
+#include "proto/file_handle.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
@@ -15,20 +16,6 @@
 namespace {
 
 constexpr int k_name_length = 50;
-
-// A report file opened for writing, closed when it goes out of scope.
-struct report_file {
-    std::FILE *f;
-    explicit report_file(const char *path) : f(std::fopen(path, "w")) {}
-    report_file(const report_file &) = delete;
-    report_file &operator=(const report_file &) = delete;
-    ~report_file()
-    {
-        if (f != nullptr)
-            std::fclose(f);
-    }
-    void write(const std::string &text) const { std::fwrite(text.data(), 1, text.size(), f); }
-};
 
 // A yes/no question at row 10, column 12.
 bool asked_yes(const char *question)
@@ -53,7 +40,7 @@ void output(chain_item *first, int form, int album_flag)
         return;
     char path[128];
     std::snprintf(path, sizeof path, "%s/%s", "Reports", name);
-    const report_file file(path);
+    const file_handle file(path, "w");
     if (file.f == nullptr) {
         char text[256];
         std::snprintf(text, sizeof text, "Problem opening file %s - %s", path, std::strerror(errno));

@@ -1,5 +1,6 @@
 #include "browse/wav_check.hpp"
 
+#include "proto/file_handle.hpp"
 #include "reports/glitch.hpp"
 
 #include <cerrno>
@@ -11,19 +12,6 @@ namespace {
 
 constexpr std::size_t k_wav_header = 44;
 constexpr float k_samples_per_second = 88200.0f;   // both channels of 44100 frames
-
-// A file closed when it goes out of scope.
-struct input_file {
-    std::FILE *f;
-    explicit input_file(const char *path) : f(std::fopen(path, "rb")) {}
-    input_file(const input_file &) = delete;
-    input_file &operator=(const input_file &) = delete;
-    ~input_file()
-    {
-        if (f != nullptr)
-            std::fclose(f);
-    }
-};
 
 }   // namespace
 
@@ -48,7 +36,7 @@ bool check_media_file(const char *path, bool online, int album_no, int track_no,
         std::snprintf(out, cap, "Track is off-line");
         return false;
     }
-    input_file file(path);
+    file_handle file(path, "rb");
     if (file.f == nullptr) {
         std::snprintf(out, cap, "Cannot open: %s", std::strerror(errno));
         return false;
