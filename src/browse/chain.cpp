@@ -152,6 +152,22 @@ struct candidate {
     std::uint64_t prefix;    // orders 2, 3 and 4: the first bytes of the primary sort text
 };
 
+// A candidate before its sort texts are made.
+candidate make_candidate(track_rec *rec, std::int32_t album_no, std::int32_t track_no, std::int64_t given_key,
+                         std::int64_t key)
+{
+    return {.rec = rec,
+            .album_no = album_no,
+            .track_no = track_no,
+            .given_key = given_key,
+            .key = key,
+            .primary = 0,
+            .primary_len = 0,
+            .secondary = 0,
+            .secondary_len = 0,
+            .prefix = 0};
+}
+
 // Folded artist and title texts of all candidates, kept in one block.
 struct fold_arena {
     std::string text;
@@ -545,16 +561,7 @@ int build_chain(chain_item **head, int order, std::span<const chain_entry> entri
         track_rec *rec = table_record(en.album_no, en.track_no);
         if (rec == nullptr)
             continue;
-        cands.push_back(candidate{.rec = rec,
-                                  .album_no = en.album_no,
-                                  .track_no = en.track_no,
-                                  .given_key = en.key,
-                                  .key = en.key != 0 ? en.key : default_key(*rec),
-                                  .primary = 0,
-                                  .primary_len = 0,
-                                  .secondary = 0,
-                                  .secondary_len = 0,
-                                  .prefix = 0});
+        cands.push_back(make_candidate(rec, en.album_no, en.track_no, en.key, en.key != 0 ? en.key : default_key(*rec)));
     }
     std::vector<std::uint32_t> perm;
     fold_arena arena;
@@ -608,16 +615,7 @@ int build_history_chain(chain_item **head, int order, std::span<const history_it
             report_alloc_failure();
             return -1;
         }
-        cands.push_back(candidate{.rec = block,
-                                  .album_no = en.album_no,
-                                  .track_no = en.track_no,
-                                  .given_key = en.key,
-                                  .key = en.key,
-                                  .primary = 0,
-                                  .primary_len = 0,
-                                  .secondary = 0,
-                                  .secondary_len = 0,
-                                  .prefix = 0});
+        cands.push_back(make_candidate(block, en.album_no, en.track_no, en.key, en.key));
     }
     std::vector<std::uint32_t> perm;
     fold_arena arena;

@@ -323,6 +323,58 @@ int cs_global()
     return browse_cs_results(list, count);
 }
 
+// The keys that put a track on a selection list or take it off: the letter
+// that makes the request pointless, what is said then, the question, and the
+// request.
+struct selection_key {
+    int key;
+    bool (*already)(char status);
+    const char *already_text;
+    const char *question;
+    std::int64_t request;
+};
+
+constexpr selection_key selection_keys[] = {
+    {.key = keys::ctrl_s,
+     .already = [](char s) { return s == 'S'; },
+     .already_text = "Track is already on the shortlist",
+     .question = "Add this track to the shortlist?",
+     .request = SHORTLIST},
+    {.key = keys::ctrl_d,
+     .already = [](char s) { return s != 'S'; },
+     .already_text = "Track is not on the shortlist",
+     .question = "Remove this track from the shortlist?",
+     .request = DONOTPLAY},
+    {.key = keys::ctrl_u,
+     .already = [](char s) { return s == 'U'; },
+     .already_text = "Track is already on the unplayable list",
+     .question = "Are you sure you wish to add this track to the unplayable list?",
+     .request = UNPLAYABLE},
+    {.key = keys::ctrl_n,
+     .already = [](char s) { return s == 'N'; },
+     .already_text = "Track is already set to 'Do not select'",
+     .question = "Remove this track from the normal selection?",
+     .request = NO_SELECT},
+};
+
+// The row of a selection key.
+const selection_key *selection_key_of(int key)
+{
+    for (const selection_key &k : selection_keys)
+        if (k.key == key)
+            return &k;
+    return nullptr;
+}
+
+// Asks and sends one selection request, unless the track's letter makes it pointless.
+void change_selection(const selection_key &k, char status, int album_no, int track_no)
+{
+    if (k.already(status))
+        popup(k.already_text, 2);
+    else if (confirmed(k.question))
+        selection_request(k.request, album_no, track_no);
+}
+
 }   // namespace
 
 int search(const void *, int keep_duplicates)
@@ -468,28 +520,10 @@ int search_svce(chain_item *current, int key, int mode)
         check_duplicate(nullptr, a, nullptr);
         break;
     case keys::ctrl_s:
-        if (status == 'S')
-            popup("Track is already on the shortlist", 2);
-        else if (confirmed("Add this track to the shortlist?"))
-            selection_request(SHORTLIST, a, t);
-        break;
     case keys::ctrl_d:
-        if (status != 'S')
-            popup("Track is not on the shortlist", 2);
-        else if (confirmed("Remove this track from the shortlist?"))
-            selection_request(DONOTPLAY, a, t);
-        break;
     case keys::ctrl_u:
-        if (status == 'U')
-            popup("Track is already on the unplayable list", 2);
-        else if (confirmed("Are you sure you wish to add this track to the unplayable list?"))
-            selection_request(UNPLAYABLE, a, t);
-        break;
     case keys::ctrl_n:
-        if (status == 'N')
-            popup("Track is already set to 'Do not select'", 2);
-        else if (confirmed("Remove this track from the normal selection?"))
-            selection_request(NO_SELECT, a, t);
+        change_selection(*selection_key_of(key), status, a, t);
         break;
     case keys::ctrl_o:
         if (confirmed("Are you sure you wish to offline this track?")) {
