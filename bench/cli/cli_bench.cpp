@@ -8,6 +8,8 @@
 //
 // ROOT holds the zerka.cfg that points the program at the server on
 // 127.0.0.1:PORT. Rounds alternate floor and client; medians are reported.
+#include "../common/loopback.hpp"
+#include "proto/fd_io.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/wire.hpp"
 
@@ -30,50 +32,6 @@ namespace {
 constexpr std::int64_t k_past_the_end = 0xFFFD;
 constexpr int k_last_regular = 3000;
 
-bool write_all(int fd, const char *buf, std::size_t n)
-{
-    while (n > 0) {
-        const ssize_t w = write(fd, buf, n);
-        if (w < 0 && errno == EINTR)
-            continue;
-        if (w <= 0)
-            return false;
-        buf += w;
-        n -= static_cast<std::size_t>(w);
-    }
-    return true;
-}
-
-bool read_all(int fd, char *buf, std::size_t n)
-{
-    while (n > 0) {
-        const ssize_t r = read(fd, buf, n);
-        if (r < 0 && errno == EINTR)
-            continue;
-        if (r <= 0)
-            return false;
-        buf += r;
-        n -= static_cast<std::size_t>(r);
-    }
-    return true;
-}
-
-int connect_to(int port)
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(static_cast<std::uint16_t>(port));
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0) {
-        std::perror("connect");
-        std::exit(1);
-    }
-    int one = 1;
-    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    return fd;
-}
-
 struct floor_result {
     double secs;
     int round_trips;   // album reads
@@ -83,15 +41,15 @@ struct floor_result {
 floor_result bare_load(int port)
 {
     const auto start = std::chrono::steady_clock::now();
-    const int fd = connect_to(port);
+    const int fd = connect_loopback(port);
     std::vector<char> buf(k_header_len + k_text_max);
     std::int64_t seq = 0;
     const auto round_trip = [&](std::int64_t type, std::int64_t album_no) {
         char head[k_header_len + 1];
         encode_header(head, {.type = type, .sequence = seq, .album = album_no, .track = 0, .length = 0});
         wire_header h = {};
-        if (!write_all(fd, head, k_header_len) || !read_all(fd, buf.data(), k_header_len) ||
-            !decode_header(buf.data(), h) || !read_all(fd, buf.data(), h.length)) {
+        if (!write_all(fd, head, k_header_len) || !read_exact(fd, buf.data(), k_header_len) ||
+            !decode_header(buf.data(), h) || !read_exact(fd, buf.data(), h.length)) {
             std::fprintf(stderr, "floor: the server went away\n");
             std::exit(1);
         }

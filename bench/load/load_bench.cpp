@@ -4,6 +4,7 @@
 // parse. Also reports the loading process's peak resident set.
 //
 //   load_bench [rounds]
+#include "../common/loopback.hpp"
 #include "core/input.hpp"
 #include "core/link.hpp"
 #include "db/album.hpp"
@@ -48,8 +49,6 @@ void make_library()
     }
 }
 
-bool read_all(int fd, char *buf, std::size_t n) { return read_exact(fd, buf, n); }
-
 void send_reply(int fd, const wire_header &req, std::int64_t album_no, const std::string &text)
 {
     static thread_local std::vector<char> out(k_header_len + k_text_max);
@@ -71,7 +70,7 @@ void serve(int listener)
         char head[k_header_len];
         std::vector<char> body(k_text_max);
         wire_header h;
-        while (read_all(fd, head, sizeof head) && decode_header(head, h) && read_all(fd, body.data(), h.length)) {
+        while (read_exact(fd, head, sizeof head) && decode_header(head, h) && read_exact(fd, body.data(), h.length)) {
             if (h.type == ALBUM_READ) {
                 if (h.album >= 1 && h.album <= k_albums)
                     send_reply(fd, h, h.album, album_texts[static_cast<std::size_t>(h.album)]);
@@ -89,27 +88,11 @@ void serve(int listener)
     }
 }
 
-int connect_to(int port)
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(static_cast<std::uint16_t>(port));
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0) {
-        std::perror("connect");
-        std::exit(1);
-    }
-    int one = 1;
-    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    return fd;
-}
-
 // The client's own loading path: greeting, then every album read and parsed into the table.
 double client_load(int port)
 {
     const auto start = std::chrono::steady_clock::now();
-    master_sock = cd_srv_sock = connect_to(port);
+    master_sock = cd_srv_sock = connect_loopback(port);
     master_sequ = 0;
     static server_msg greeting;
     greeting.socket = master_sock;
@@ -135,7 +118,7 @@ double client_load(int port)
 double bare_load(int port)
 {
     const auto start = std::chrono::steady_clock::now();
-    const int fd = connect_to(port);
+    const int fd = connect_loopback(port);
     std::vector<char> buf(k_header_len + k_text_max);
     long seq = 0;
     const auto round_trip = [&](std::int64_t type, std::int64_t album_no) {
@@ -143,9 +126,9 @@ double bare_load(int port)
         encode_header(head, {.type = type, .sequence = seq, .album = album_no, .track = 0, .length = 0});
         write_all(fd, head, k_header_len);
         wire_header h;
-        read_all(fd, buf.data(), k_header_len);
+        read_exact(fd, buf.data(), k_header_len);
         decode_header(buf.data(), h);
-        read_all(fd, buf.data(), h.length);
+        read_exact(fd, buf.data(), h.length);
         seq = next_sequence(h.sequence);
         return h.album;
     };

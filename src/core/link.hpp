@@ -2,6 +2,7 @@
 // its reply, the server's clock, and the message tracers.
 #pragma once
 
+#include "proto/fd_io.hpp"
 #include "proto/wire.hpp"
 
 #include <cstddef>
@@ -38,12 +39,6 @@ void pr_chain(const char *label, const chain_item *chain);
 // The text of a message trace line (without the time stamp); false for a
 // message that is never traced (ALBUM_READ).
 bool format_msg_trace(char *buf, std::size_t cap, int tag, const server_msg &msg);
-
-// Writes all n bytes, retrying short writes and interruptions; false on error.
-bool write_all(int fd, const char *buf, std::size_t n);
-
-// Reads exactly n bytes; false when the peer closed or the read failed.
-bool read_exact(int fd, char *buf, std::size_t n);
 
 // Reads one whole message from fd into m (header checked strictly, text read in
 // full and NUL-terminated); false when the peer is gone or broke the framing.
