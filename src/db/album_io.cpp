@@ -84,23 +84,15 @@ int write_album(int number, int socket)
 
 int check_a_no(const char *number_text, int reload)
 {
-    const long n = lenient_atol(number_text);
-    if (n == 0)
-        return 0;
-    bool valid = false;
-    if (n >= 1 && n <= k_reserved_first) {
-        const int number = static_cast<int>(n);
-        valid = album[number].present == 1 || (reload != 0 && read_album(number, master_sock) == 1);
-        if (valid && number > max_album)
-            max_album = number;
-    }
-    if (!valid) {
+    int typed = 0;
+    const int result = checked_album_number(
+        number_text, reload, [](int number) { return read_album(number, master_sock); }, typed);
+    if (result == -2) {
         char text[64];
-        std::snprintf(text, sizeof text, "Invalid album No: %04ld", n);
+        std::snprintf(text, sizeof text, "Invalid album No: %04d", typed);
         popup(text, 1);
-        return -2;
     }
-    return static_cast<int>(n);
+    return result;
 }
 
 int refresh_database(const void *, int mode, const char *)

@@ -1,5 +1,9 @@
 #include "db/album.hpp"
 
+#include "proto/text_util.hpp"
+
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <sys/mman.h>
@@ -35,4 +39,21 @@ void read_album_data(const server_msg *msg)
     if (number < k_last_regular + 1 && number > max_album)
         max_album = number;
     parse_album_text(msg->text, strnlen(msg->text, msg->length), album[number]);
+}
+
+int checked_album_number(const char *number_text, int reload, int (*load)(int number), int &typed)
+{
+    const long value = lenient_atol(number_text != nullptr ? number_text : "");
+    typed = static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
+    if (typed == 0)
+        return 0;
+    // Only 9000 of the reserved numbers can be typed; the rest are loaded but never chosen.
+    if (typed < 1 || typed > k_reserved_first)
+        return -2;
+    const int number = typed;
+    if (album[number].present != 1 && (reload == 0 || load(number) != 1))
+        return -2;
+    if (number > max_album)
+        max_album = number;
+    return number;
 }

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -55,6 +57,88 @@ TEST(AlbumTable, ClearingEmptiesEverySlot)
     EXPECT_STREQ(album[1].entry[0].artist, "");
     EXPECT_EQ(album[9020].present, 0);
     EXPECT_EQ(album[4500].entry[99].plays, 0);
+}
+
+// Loads taken by the checks below: the albums asked for, and whether the "server" has them.
+std::vector<int> loads;
+bool server_has_it;
+
+int fake_load(int number)
+{
+    loads.push_back(number);
+    if (!server_has_it)
+        return 0;
+    album[number].present = 1;
+    return 1;
+}
+
+int check(const char *text, int reload, int &typed)
+{
+    loads.clear();
+    return checked_album_number(text, reload, fake_load, typed);
+}
+
+TEST(AlbumNumberCheck, ZeroIsNoneWithoutAnyCheck)
+{
+    clear_album_table();
+    int typed = -1;
+    EXPECT_EQ(check("0", 1, typed), 0);
+    EXPECT_EQ(check("", 1, typed), 0);
+    EXPECT_EQ(check("abc", 1, typed), 0);
+    EXPECT_TRUE(loads.empty());
+}
+
+TEST(AlbumNumberCheck, NumbersPastTheTypedRangeAreInvalid)
+{
+    clear_album_table();
+    album[9001].present = 1;
+    server_has_it = true;
+    int typed = 0;
+    EXPECT_EQ(check("9001", 1, typed), -2);
+    EXPECT_EQ(typed, 9001);
+    EXPECT_EQ(check("-4", 1, typed), -2);
+    EXPECT_EQ(typed, -4);
+    EXPECT_TRUE(loads.empty());
+}
+
+TEST(AlbumNumberCheck, AbsentAlbumIsReadFirstOnlyWithTheReloadFlag)
+{
+    clear_album_table();
+    max_album = 10;
+    server_has_it = true;
+    int typed = 0;
+    EXPECT_EQ(check("0042", 0, typed), -2);
+    EXPECT_EQ(typed, 42);
+    EXPECT_TRUE(loads.empty());
+    EXPECT_EQ(check("0042", 1, typed), 42);
+    EXPECT_EQ(loads, std::vector<int>{42});
+    EXPECT_EQ(max_album, 42);
+    // Once present it is valid without asking again.
+    EXPECT_EQ(check("42", 0, typed), 42);
+    EXPECT_TRUE(loads.empty());
+}
+
+TEST(AlbumNumberCheck, AlbumTheServerDoesNotHaveIsInvalid)
+{
+    clear_album_table();
+    server_has_it = false;
+    int typed = 0;
+    EXPECT_EQ(check("7", 1, typed), -2);
+    EXPECT_EQ(loads, std::vector<int>{7});
+}
+
+TEST(AlbumNumberCheck, OfTheReservedNumbersOnly9000PassesAndItRaisesMaxAlbum)
+{
+    clear_album_table();
+    max_album = 3;
+    for (int n = k_reserved_first; n < k_reserved_first + k_reserved_count; ++n)
+        album[n].present = 1;
+    server_has_it = true;
+    int typed = 0;
+    EXPECT_EQ(check("9000", 0, typed), 9000);
+    EXPECT_EQ(max_album, 9000);
+    for (int n = k_reserved_first + 1; n < k_reserved_first + k_reserved_count; ++n)
+        EXPECT_EQ(check(std::to_string(n).c_str(), 1, typed), -2) << n;
 }
 
 }   // namespace
