@@ -206,3 +206,83 @@ def test_messages_during_a_reply_wait_are_handled_after_the_reply(fake, term):
     t.wait_for("queued notice")
     fake.wait_for(ALBUM_READ, pred=lambda m: m.album == 4)
     assert [m.album for m in fake.of_type(ALBUM_READ)][:4] == [1, 2, 3, 4]
+
+
+def test_keys_typed_during_a_reply_come_back_last_typed_first(fake, term):
+    # m, j and Esc typed while the reply to ALBUM_READ 2 is held: the console takes
+    # Esc (the last typed) and leaves; the main menu then gets j (Jukebox) and m
+    # (the next "m" row after Jukebox: Mixed Mode).
+    from ui_common import wait_main_highlight
+    fake.albums = simple_library(3)
+    release = threading.Event()
+    default = fake.default_reply
+
+    def handler(srv, conn, m):
+        if m.album == 2:
+            release.wait(20)
+        return default(conn, m)
+    fake.handlers[ALBUM_READ] = handler
+    t = term()
+    fake.wait_for(ALBUM_READ, pred=lambda m: m.album == 2)
+    t.send("m", pause=0.2)
+    t.send("j", pause=0.2)
+    t.send("\x1b", pause=1.5)
+    release.set()
+    t.wait_for("ZERKALIBRARY", row=0, timeout=15)
+    wait_main_highlight(t, 3)
+
+
+@pytest.fixture
+def two_servers():
+    from fakeserver import FakeServer
+    master = FakeServer()
+    local = FakeServer(port=master.port, host="127.0.0.2")
+    master.albums = simple_library(3)
+    yield master, local
+    master.stop()
+    local.stop()
+
+
+def test_the_masters_message_is_taken_first(two_servers, root, term):
+    import signal
+    master, local = two_servers
+    write_cfg(root, master.port, mode="local", loopback="127.0.0.2")
+    t = term()
+    master.wait_for(ALBUM_READ, pred=lambda m: m.album == 9019)
+    t.settle(0.5)
+    # Both messages wait in their sockets while the program is stopped; the one
+    # handled last sets the play time.
+    t.child.kill(signal.SIGSTOP)
+    try:
+        local.push(PLIST_NOW, album=1, track=1, text=b"200 1 0")
+        master.push(PLIST_NOW, album=1, track=1, text=b"100 1 0")
+        time.sleep(0.5)
+    finally:
+        t.child.kill(signal.SIGCONT)
+    t.wait_for("03:20", row=23, col=74)
+
+
+def test_a_message_on_the_other_connection_is_queued_whatever_its_sequence(two_servers, root, term):
+    # While ALBUM_READ 2 waits on the master, the local server sends a notice
+    # with the request's very sequence: it is not the reply, and shows after it.
+    master, local = two_servers
+    release = threading.Event()
+    default = master.default_reply
+
+    def handler(srv, conn, m):
+        if m.album == 2:
+            local.push(SERVER_NOTICE, seq=m.seq, album=0, text=b"notice from the local server")
+            release.wait(20)
+        return default(conn, m)
+    master.handlers[ALBUM_READ] = handler
+    write_cfg(root, master.port, mode="local", loopback="127.0.0.2")
+    t = term()
+    master.wait_for(ALBUM_READ, pred=lambda m: m.album == 2)
+    time.sleep(0.5)
+    t.pump()
+    assert t.find("notice from the local server") is None
+    assert [m.album for m in master.of_type(ALBUM_READ)] == [1, 2]
+    release.set()
+    t.wait_for("notice from the local server", row=12)
+    master.wait_for(ALBUM_READ, pred=lambda m: m.album == 3)
+    assert master.errors == [] and local.errors == []
