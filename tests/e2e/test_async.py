@@ -286,3 +286,29 @@ def test_a_message_on_the_other_connection_is_queued_whatever_its_sequence(two_s
     t.wait_for("notice from the local server", row=12)
     master.wait_for(ALBUM_READ, pred=lambda m: m.album == 3)
     assert master.errors == [] and local.errors == []
+
+
+@pytest.mark.parametrize("seq,shown", [(0x0700, [(5, 1)]), (0, [(2, 1), (2, 2), (3, 3)])])
+def test_playlist_update_during_a_reply_wait_is_queued_for_the_handlers_own_test(fake, term, seq, shown):
+    # An offline playlist is shown, so a key wait would drop the update; arriving
+    # during the reply to PLIST_KEEP it is queued instead, and the handler then
+    # takes it for the offline list only when its sequence field is non-zero.
+    from console_helpers import track_line
+    from fakeserver import PLIST_UPDATE, plist_text
+    from test_offline_playlists import open_playlist
+    PLIST_KEEP = 0x3C
+    t, _ = open_playlist(fake, term)
+
+    def on_keep(srv, conn, m):
+        conn.send(Msg(PLIST_UPDATE, seq=seq, album=1, track=0, text=plist_text([(5, 1)])))
+        time.sleep(0.3)
+        return reply(m)
+    fake.handlers[PLIST_KEEP] = on_keep
+    t.send("k")
+    t.wait_for("Save Current Playlist As:", row=12, col=10)
+    t.send("kept\r")
+    fake.wait_for(PLIST_KEEP)
+    t.settle(1.0)
+    for i, (a, tr) in enumerate(shown):
+        assert t.at(2 + i, 2, 77) == track_line(a, tr)
+    assert t.at(2 + len(shown), 2, 7) == "       "
