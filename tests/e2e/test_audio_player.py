@@ -289,6 +289,37 @@ def test_forward_past_the_end_shows_the_length_and_waits(term, fake, root, pa, n
     assert len(processes(name, "Locplay")) == 1
 
 
+def test_a_short_last_block_is_written_whole_and_left_after_the_end_plays_again(term, fake, root, pa, name):
+    # Two and a half seconds: the third read is half a block, and the whole
+    # block is written, so the second half of the block before plays again
+    # behind it. Then the player waits at the end; cursor left starts over.
+    pcm = os.urandom(BLOCK * 5 // 2)
+    s = Setup(term, fake, root, pa, 3, name, wav=pulse.wav_bytes(pcm))
+    s.play()
+    p = s.panel
+    p.wait(lambda v: v == 2)
+    half = BLOCK * 5 // 2
+    at = s.rec.wait_for(pcm[half - 4096:half] + pcm[BLOCK * 3 // 2:BLOCK * 3 // 2 + 4096], 15)
+    s.rec.wait_bytes(at + 4096 + BLOCK // 2, 10)
+    data = s.rec.snapshot()
+    start = at + 4096 - half
+    assert data[start + SETTLE:start + half] == pcm[SETTLE:half]
+    assert data[start + half:start + 3 * BLOCK] == pcm[BLOCK * 3 // 2:2 * BLOCK]
+    p.poll(1.5)
+    assert p.values == [0, 1, 2], "one value a block, the short one included"
+    quiet_from = s.rec.size()
+    p.poll(1.0)
+    assert not any(s.rec.snapshot()[quiet_from:]), "the player waits at the end"
+
+    s.t.send(KEY.LEFT)
+    p.wait(lambda v: v == 0)
+    s.rec.wait_for(pcm[MID:MID + 4096], 15, quiet_from)
+    p.wait(lambda v: v == 2)
+    assert len(processes(name, "Locplay")) == 1
+    s.t.send(KEY.ESC)
+    assert wait_until(lambda: processes(name, "Locplay") == [])
+
+
 def test_a_second_ctrl_l_stops_the_player(term, fake, root, pa, name):
     s = Setup(term, fake, root, pa, 30, name)
     pid = s.play()
