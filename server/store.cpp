@@ -400,6 +400,9 @@ change_result store_replace(album_store &s, int album, int track, bool title, st
     stored_album *a = get_mut(s, album);
     if (a == nullptr || track < 0 || track > store_track_count(s, album) || old_text.empty())
         return change_result::refused;
+    // A line break (or any control character) in a field would split the album text.
+    if (std::any_of(new_text.begin(), new_text.end(), [](char ch) { return static_cast<unsigned char>(ch) < 0x20; }))
+        return change_result::refused;
     track_rec &t = a->entries[static_cast<std::size_t>(track)];
     char *field = title ? t.title : t.artist;
     const std::string before(field, strnlen(field, sizeof t.title));

@@ -82,7 +82,8 @@ change_result store_mark(album_store &s, int album, int track, std::int64_t mark
 
 // Replaces every occurrence of `old_text` by `new_text` in the artist (title
 // false) or title of one entry (0 = the album itself). Refused when the entry
-// is absent, old_text is empty, or the result would not fit 66 characters.
+// is absent, old_text is empty, new_text holds a control character (a line
+// break would split the album text), or the result would not fit 66 characters.
 change_result store_replace(album_store &s, int album, int track, bool title, std::string_view old_text,
                             std::string_view new_text);
 

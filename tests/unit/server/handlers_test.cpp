@@ -117,6 +117,21 @@ TEST_F(Protocol, GlobalEditReplacesInOneRecord)
     EXPECT_EQ(send(a, EDIT_TITLE, 1, 1, "~x").album, 0xFFFF);
 }
 
+TEST_F(Protocol, GlobalEditRefusesLineBreaksAndControlCharacters)
+{
+    // A line break inside an artist or title would split the album text every client parses.
+    add_album(1, simple_album("Old Name", 2));
+    const std::string before = store_get(st.store, 1)->text;
+    for (const std::string &text : {std::string("Old~New\nLine"), std::string("Old~a\rb"), std::string("Old~N\0w", 7),
+                                    std::string("Old~\tTab")}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(send(a, EDIT_ARTIST, 1, 2, text).album, 0xFFFF);
+        EXPECT_EQ(send(a, EDIT_TITLE, 1, 0, "Album~" + text.substr(4)).album, 0xFFFF);
+        EXPECT_TRUE(notices().empty());
+    }
+    EXPECT_EQ(store_get(st.store, 1)->text, before);
+}
+
 TEST_F(Protocol, ResetIsAnnouncedForEveryChangedAlbum)
 {
     add_album(1, simple_album("One", 2));
