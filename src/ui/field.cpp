@@ -3,7 +3,6 @@
 #include "ui/form.hpp"
 #include "ui/screen.hpp"
 
-#include <cstdio>
 #include <cstring>
 #include <curses.h>
 
@@ -16,12 +15,7 @@ const form_field *open_form;
 void draw_row(const form_field &f)
 {
     char text[sizeof f.label + sizeof f.value + 1];
-    const int label_len = static_cast<int>(strnlen(f.label, sizeof f.label));
-    const int value_len = static_cast<int>(strnlen(f.value, sizeof f.value));
-    if (f.hidden)
-        std::snprintf(text, sizeof text, "%*s", label_len + 1 + value_len, "");
-    else
-        std::snprintf(text, sizeof text, "%.*s %.*s", label_len, f.label, value_len, f.value);
+    form_row_text(text, sizeof text, f);
     put_text(stdscr, f.row, f.column, text);
 }
 

@@ -1,6 +1,7 @@
 // Table-driven forms and the field editor.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 
 struct form_field;
@@ -50,6 +51,10 @@ int run_form(form_field *form, const form_callbacks &cb);
 
 // Counts the rows of a form up to its end row.
 int form_rows(const form_field *form);
+
+// The text of one row as drawn at its place: label, a blank and the value, or
+// as many blanks when the row is hidden.
+void form_row_text(char *buf, std::size_t cap, const form_field &f);
 
 // The row handler that does nothing (returns -1).
 int null_func(form_field *form, int row);

@@ -2,6 +2,8 @@
 // editor's result does, and the rows an album does not show.
 #include "ui/form.hpp"
 
+#include <cstdio>
+#include <cstring>
 #include <string_view>
 
 namespace {
@@ -24,6 +26,17 @@ int form_rows(const form_field *form)
     while (form[n].kind != 0)
         ++n;
     return n;
+}
+
+// A row as drawn: hidden rows keep their width in blanks so that nothing of them shows.
+void form_row_text(char *buf, std::size_t cap, const form_field &f)
+{
+    const int label_len = static_cast<int>(strnlen(f.label, sizeof f.label));
+    const int value_len = static_cast<int>(strnlen(f.value, sizeof f.value));
+    if (f.hidden)
+        std::snprintf(buf, cap, "%*s", label_len + 1 + value_len, "");
+    else
+        std::snprintf(buf, cap, "%.*s %.*s", label_len, f.label, value_len, f.value);
 }
 
 int run_form(form_field *form, const form_callbacks &cb)

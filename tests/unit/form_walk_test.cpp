@@ -177,4 +177,46 @@ TEST(FormWalk, AFormWithNothingToEditEnds)
     EXPECT_TRUE(s.edited.empty());
 }
 
+TEST(FormRowText, AVisibleRowIsLabelBlankValue)
+{
+    form_field f = {.type = 'A', .row = 5, .column = 2, .label = "Artist:", .kind = 2, .value = "Abba  ", .length = 6, .hidden = 0, .advance = 0, .handler = nullptr};
+    char buf[200];
+    form_row_text(buf, sizeof buf, f);
+    EXPECT_STREQ(buf, "Artist: Abba  ");
+    f.hidden = 1;
+    form_row_text(buf, sizeof buf, f);
+    EXPECT_STREQ(buf, "              ");   // as long as label, blank and value together
+}
+
+TEST(FormRowText, AnAlbumDrawsItsTrackRowsAsBlanks)
+{
+    label_row0("Album No:");
+    std::snprintf(data_input[4].value, sizeof data_input[4].value, "S");
+    std::snprintf(data_input[5].value, sizeof data_input[5].value, "15/03/21 @ 10:00  ");
+    std::vector<std::string> drawn;
+    const form_callbacks cb = {
+        .draw =
+            [&drawn](const form_field *form, int) {
+                for (int i = 4; i <= 7; ++i) {
+                    char buf[200];
+                    form_row_text(buf, sizeof buf, form[i]);
+                    drawn.push_back(buf);
+                }
+            },
+        .edit = [](form_field *) { return k_field_esc; },
+    };
+    run_form(data_input, cb);
+    ASSERT_EQ(drawn.size(), 4u);
+    EXPECT_EQ(drawn[0], std::string(std::strlen("Status:") + 1 + 1, ' '));
+    EXPECT_EQ(drawn[1], std::string(std::strlen("Last Played:") + 1 + 18, ' '));
+    // A track shows the same rows.
+    label_row0("Track No:");
+    drawn.clear();
+    run_form(data_input, cb);
+    ASSERT_EQ(drawn.size(), 4u);
+    EXPECT_EQ(drawn[0], "Status: S");
+    EXPECT_EQ(drawn[1], "Last Played: 15/03/21 @ 10:00  ");
+    label_row0("Album No:");
+}
+
 }   // namespace
