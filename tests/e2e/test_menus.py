@@ -234,3 +234,58 @@ def test_ctrl_a_and_ctrl_l_reach_the_local_audio(term, fake, root):
         t.wait_gone(text, timeout=5)
         t.wait_for("ZERKALIBRARY", row=0, col=34)
     wait_main_highlight(t, 2)
+
+
+def playlist_menu(term, fake, offline):
+    """The console's offline playlist menu: the names, a caption row, "Create Playlist" and "Quit"."""
+    from console_helpers import PlaylistServer, start_console
+    PlaylistServer(fake, current=((1, 1),), offline=offline)
+    t = start_console(fake, term)
+    t.send("p")
+    t.wait_for("Select Offline Playlist", row=0)
+    t.settle(0.3)
+    return t
+
+
+def test_a_caption_row_is_skipped_in_the_direction_of_travel(term, fake):
+    t = playlist_menu(term, fake, {"chill": [(4, 1)], "party": [(2, 1)]})
+    # Five rows, the longest "Create Playlist" (15): top (24 - 5 + 1) / 2, column 39 - 15 / 2.
+    top, x0, w = 10, 32, 15
+    labels = ["chill", "party", "", "Create Playlist", "Quit"]
+    for i, label in enumerate(labels):
+        assert t.at(top + i, x0, w) == label.ljust(w), i
+    wait_highlight(t, top, x0, w)
+    t.send(KEY.DOWN)
+    wait_highlight(t, top + 1, x0, w)
+    t.send(KEY.DOWN)
+    wait_highlight(t, top + 3, x0, w)   # over the caption, forwards
+    assert not highlighted(t, top + 2, x0, w)
+    t.send(KEY.UP)
+    wait_highlight(t, top + 1, x0, w)   # over the caption, backwards
+    t.send(KEY.UP)
+    t.send(KEY.UP)
+    wait_highlight(t, top + 4, x0, w)   # Up from row 0 lands on the last row
+    t.send(KEY.DOWN)
+    wait_highlight(t, top, x0, w)
+    t.send(KEY.PGDN)
+    wait_highlight(t, top + 4, x0, w)
+    t.send(KEY.ESC)                     # leaves through the brk_func "Quit" row
+    end = time.time() + 10
+    while not is_console(t):
+        t.pump(0.05)
+        assert time.time() < end, t.text()
+
+
+def test_a_caption_as_the_first_row_is_never_highlighted(term, fake):
+    t = playlist_menu(term, fake, {})
+    # Three rows: the caption, "Create Playlist" and "Quit"; top (24 - 3 + 1) / 2.
+    top, x0, w = 11, 32, 15
+    assert t.at(top + 1, x0, w) == "Create Playlist"
+    wait_highlight(t, top + 1, x0, w)   # the highlight starts past the caption
+    assert not highlighted(t, top, x0, w)
+    t.send(KEY.UP)
+    wait_highlight(t, top + 2, x0, w)   # back over the caption and round to the last row
+    t.send(KEY.DOWN)
+    wait_highlight(t, top + 1, x0, w)   # round to row 0, then on over the caption
+    t.send(KEY.HOME)
+    wait_highlight(t, top + 1, x0, w)

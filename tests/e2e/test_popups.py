@@ -90,3 +90,48 @@ def test_command_line_mode_shows_no_pop_up_and_does_not_wait(fake, cli):
     assert "\x1b" not in out and "\x1b" not in err
     assert err.endswith("Zerka server is closing down - abort\n")
     assert elapsed < 1.8
+
+
+def inner(t, row):
+    """The text between the pop-up's side lines on a screen row."""
+    line = t.row(row)
+    left = line.index("\u2502", 1)
+    right = line.index("\u2502", left + 1)
+    return line[left + 1:right]
+
+
+def test_an_error_notice_waits_for_a_key_and_the_key_is_spent(term, fake, root):
+    import re
+    from term import KEY
+    t = start(term, fake, root)
+    # A notice with a non-zero album goes through the error pop-up: " text", then
+    # " - <system error text> " while errno holds a failure from before.
+    fake.push(SERVER_NOTICE, album=1, text=b"Disk full")
+    t.wait_for(" Disk full", row=12)
+    text = inner(t, 12)
+    assert re.fullmatch(r"  Disk full( - [^ ].* )? ", text), repr(text)
+    width = len(text) - 2
+    assert t.at(10, (80 - width) // 2 - 2, 1) == TL
+    fake.push(0x42)   # PAUSE: handled quietly; the pop-up stays
+    t.settle(3.5)     # longer than any timed pop-up
+    assert " Disk full" in t.row(12)
+    t.send("j")       # the key closes the pop-up and does nothing else
+    t.wait_gone("Disk full")
+    t.settle()
+    assert main_highlight(t) == 0
+    t.send(KEY.DOWN)
+    t.wait_for("Jukebox Mode", row=MAIN_TOP + 1, col=MAIN_COL)
+    end = time.time() + 5
+    while main_highlight(t) != 1:
+        t.pump(0.05)
+        assert time.time() < end, t.text()
+
+
+def test_a_key_ends_a_timed_pop_up_and_is_spent(term, fake, root):
+    t = start(term, fake, root)
+    show(t, fake, "Wait a moment")
+    t.wait_for("Wait a moment", row=12, col=(80 - 13) // 2)
+    t.send("r")
+    t.wait_gone("Wait a moment")
+    t.settle()
+    assert main_highlight(t) == 0   # "r" did not reach the menu (Random Mode)

@@ -89,11 +89,34 @@ def test_exit_asks_no_password_and_no_question(term, fake, root):
 
 
 def test_master_local_rows_say_the_local_server_is_not_running(term, fake, root):
-    t = start(term, fake, root, mode="master")
+    t = start(term, fake, root, mode="master", password="secret")
     open_menu(t)
-    choose(t, 3)
-    t.wait_for(NOT_RUNNING, row=12, col=centred(NOT_RUNNING))
-    t.wait_for(HEADING, row=0)
+    for row in (2, 3):
+        choose(t, row)
+        t.wait_for(NOT_RUNNING, row=12, col=centred(NOT_RUNNING))
+        t.wait_gone(NOT_RUNNING)
+        t.wait_for(HEADING, row=0)
+        wait_row(t, row)
+        t.send(KEY.HOME)
+        wait_row(t, 0)
+    assert "Password" not in t.text()   # refused before the password is asked
+    assert requests(fake) == []
+
+
+def test_declining_clears_the_password(term, fake, root):
+    t = start(term, fake, root, mode="master", password="secret")
+    open_menu(t)
+    choose(t, 4)
+    t.wait_for("Password: ", row=12, col=27)
+    t.send("secret\r")
+    question(t, "This will re-boot the MASTER zerka server. Are you sure?", 14)
+    t.send("n")
+    t.wait_for(HEADING, row=0, col=centred(HEADING))
+    wait_row(t, 4)
+    t.send(KEY.ENTER)
+    t.wait_for("Password: ", row=12, col=27)   # asked again: the "n" took the password back
+    t.send(KEY.ESC)
+    t.wait_for(HEADING, row=0, col=centred(HEADING))
     assert requests(fake) == []
 
 
