@@ -187,6 +187,30 @@ TEST_F(Protocol, NamesOutsideThePlaylistFolderAreRefused)
     EXPECT_TRUE(std::filesystem::exists(root.path("zerka.db")));
 }
 
+TEST_F(Protocol, NoPlaylistRequestReachesAFileBesideThePlaylistFolder)
+{
+    add_album(1, simple_album("One", 3));
+    const std::string outside = "00000000 0001/01 One - Song 1 [00:03]\n00000000 0001/02 One - Song 2 [00:03]\n";
+    root.write("outside", outside);
+    const std::string name = "../outside";
+    EXPECT_EQ(send(a, PLIST_DELETE, 1, 1, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_UP, 1, 2, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_DOWN, 1, 1, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_NEXT, 1, 2, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_SHUFFLE, 1, 0, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_CLEAR, 1, 0, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_ADD_LOCAL, 1, 3, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_UPDATE, 1, 0, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_APPEND, 1, 0, name).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_GET, 1, 0, "current.lst").text, "");
+    const frame_fields set = send(a, SET_PLIST, 5, 1, name);
+    EXPECT_EQ(set.album, 0);
+    EXPECT_EQ(set.track, 2);
+    EXPECT_EQ(send(a, HISTORY, 1, 0, "/x/" + name).album, 0);
+    EXPECT_EQ(send(a, DIRLIST, 0, 0, "../PlayLists/..").album, 0xFFFF);
+    EXPECT_EQ(root.read("outside"), outside);
+}
+
 TEST_F(Protocol, OfflinePlaylistsAreOpenedCreatedAndAnnouncedToTheirViewers)
 {
     add_album(1, simple_album("One", 3));
