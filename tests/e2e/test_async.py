@@ -312,3 +312,104 @@ def test_playlist_update_during_a_reply_wait_is_queued_for_the_handlers_own_test
     for i, (a, tr) in enumerate(shown):
         assert t.at(2 + i, 2, 77) == track_line(a, tr)
     assert t.at(2 + len(shown), 2, 7) == "       "
+
+
+LONG_ARTIST = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"   # 36 characters
+LONG_TITLE = "abcdefghijklmnopqrstuvwxyz-0123456789"   # 37 characters
+
+
+def console_with(fake, term, current):
+    from console_helpers import PlaylistServer, start_console
+    from fakeserver import album_text
+    PlaylistServer(fake, current=current)
+    library = simple_library(3)
+    library[4] = album_text(LONG_ARTIST, LONG_TITLE, [("Solo", "One", "02:00"), ("Solo", "Two", "03:00")])
+    return start_console(fake, term, library=library)
+
+
+def test_album_written_and_deleted_notices_change_the_table(fake, term):
+    from console_helpers import track_line
+    from fakeserver import ALBUM_DELETED, ALBUM_WRITTEN, album_text
+    t = console_with(fake, term, [(1, 1), (2, 2)])
+    t.wait_for(track_line(1, 1), row=2, col=2)
+    fake.push(ALBUM_WRITTEN, album=1, text=album_text("New Band", "New Record", [("New Band", "Changed", "04:10")]))
+    t.wait_for("0001/01 %-28.28s - %-29.29s [04:10]" % ("New Band", "Changed"), row=2, col=2)
+    fake.push(ALBUM_DELETED, album=2)
+    t.wait_for("0002/02 %-28.28s - %-29.29s []" % ("", ""), row=3, col=2)
+    assert t.at(2, 2, 20) == "0001/01 New Band    "
+
+
+@pytest.mark.parametrize("track,footer", [
+    (999, "Freedb Unavailable F9-Database F10-Identify"),
+    (1000, "No freedb Matches F9-Database F10-Identify"),
+    (1001, "1 Match Duplicates F9-Database"),
+    (1003, "Match 1 of 3 ->next <-prev duplicates F9-Database"),
+])
+def test_an_unknown_cd_is_shown_with_the_freedb_footer_then_ejected(fake, term, track, footer):
+    from console_helpers import track_line
+    t = console_with(fake, term, [(1, 1)])
+    reads = len(fake.of_type(ALBUM_READ))
+    fake.push(0x64, album=4, track=track, text=b"1234abcd")
+    heading = "0004: %s - %s [05:00]" % (LONG_ARTIST[:29], LONG_TITLE[:29])
+    t.wait_for(heading, row=0, col=(80 - len(heading)) // 2)
+    t.wait_for(footer, row=23)
+    t.wait_for("0004/01 Solo", row=2, col=2)
+    t.wait_for("0004/02 Solo", row=3, col=2)
+    # The album was read again from the local server's connection (here the master's).
+    assert [m.album for m in fake.of_type(ALBUM_READ)][reads:] == [4]
+    t.send("\x1b")
+    m = fake.wait_for(0x6B)
+    assert (m.album, m.track, m.text) == (4, 0, b"")
+    t.wait_for("Current Playlist (", row=0)
+    t.wait_for(track_line(1, 1), row=2, col=2)
+
+
+def test_a_known_cd_cuts_the_artist_one_shorter_and_shows_its_own_footer(fake, term):
+    t = console_with(fake, term, [(1, 1)])
+    reads = len(fake.of_type(ALBUM_READ))
+    fake.push(0x69, album=4, track=2)
+    heading = "0004: %s - %s [05:00]" % (LONG_ARTIST[:28], LONG_TITLE[:29])
+    t.wait_for(heading, row=0, col=(80 - len(heading)) // 2)
+    t.wait_for("F10-bring online overwrite track ^W/^I check album/track", row=23)
+    t.wait_for("0004/02 Solo", row=3, col=2)
+    assert len(fake.of_type(ALBUM_READ)) == reads   # nothing is read again for a known CD
+    t.send("\x1b")
+    m = fake.wait_for(0x6B)
+    assert (m.album, m.track, m.text) == (4, 0, b"")
+    t.wait_for("Current Playlist (", row=0)
+
+
+def test_retrieval_state_follows_the_servers_notices(fake, term):
+    t = started(fake, term)
+    col = (80 - len("Please load CD number 0012")) // 2
+
+    def reminder_shows(number, seconds=3.0):
+        text = "Please load CD number %04d" % number
+        end = time.time() + seconds
+        while time.time() < end:
+            t.pump(0.05)
+            if t.at(22, col, len(text)) == text:
+                return True
+        return False
+
+    fake.push(RET_REQ, album=12, track=3)
+    assert reminder_shows(12)
+    fake.push(0x62, album=12)                 # CD_LOADED: that CD is in, another is being handled
+    time.sleep(1.2)
+    assert not reminder_shows(12)
+    fake.push(RET_REQ, album=13, track=1)     # ignored while the other CD is handled
+    assert not reminder_shows(13)
+    fake.push(0x67)                           # RET_FINAL
+    fake.push(RET_REQ, album=13, track=1)
+    assert reminder_shows(13)
+    fake.push(0x65, album=99)                 # RET_PROG of another album changes nothing
+    time.sleep(1.2)
+    assert reminder_shows(13)
+    fake.push(0x63, album=13)                 # CANCELLED
+    time.sleep(1.2)
+    assert not reminder_shows(13)
+    fake.push(RET_REQ, album=14, track=1)
+    assert reminder_shows(14)
+    fake.push(0x65, album=14)                 # RET_PROG of that album ends the reminder too
+    time.sleep(1.2)
+    assert not reminder_shows(14)
