@@ -161,23 +161,34 @@ def test_escape_from_a_sub_menu_goes_back_one_level(term, fake, root):
     assert EXIT_QUESTION not in t.text()
 
 
+MAINT_ROWS = ["Album Tracklist", "Report Generator", "Imports", "Back Up Album To CD",
+              "Artist/Title Search (Case Sensitive)", "Global search (Case Sensitive)", "Edit Album", "Delete Album",
+              'Correct "Various Artists" Format', "Transpose Artist & Title", "Capitalize Artist & Title",
+              "Capitalize (Lower-case First)", "Capitalize ALL Artists & Titles",
+              "Recalculate Track Timings For Album", "Refresh Database"]
+REPORT_ROWS = ["Album List", "Track List by Artist", "Track List by Title", "On Short-List", "Not on short-List",
+               "Not on normal selection", "Off-line Tracks", "Unplayable List", "Duplicates report",
+               "Reset Statistics", "Audit Playlists", "On-line Tracks Audit", "Find Monaural Tracks",
+               "Check album for duplicates", "WAV file integrity check", "Show recent history"]
+
+
 def test_maintenance_sub_menus_have_no_footer(term, fake, root):
     t = start(term, fake, root)
     choose_main(t, 7)
     t.wait_for("Maintenance", row=0, col=centred("Maintenance"))
     # The maintenance menu: 15 rows, longest "Artist/Title Search (Case Sensitive)" (36).
     top, x0 = (24 - 15 + 1) // 2, 39 - 36 // 2
-    assert t.at(top, x0, 36) == "Album Tracklist".ljust(36)
-    assert t.at(top + 4, x0, 36) == "Artist/Title Search (Case Sensitive)"
-    assert t.at(top + 8, x0, 36) == 'Correct "Various Artists" Format'.ljust(36)
-    assert t.at(top + 14, x0, 36) == "Refresh Database".ljust(36)
+    for i, label in enumerate(MAINT_ROWS):
+        assert t.at(top + i, x0, 36) == label.ljust(36), i
+    assert t.row(top + 15)[1:79].strip() == ""
     t.send(KEY.DOWN)
     t.send(KEY.ENTER)
     t.wait_for("Report Generator", row=0, col=centred("Report Generator"))
     # 16 rows, longest "Check album for duplicates" (26).
     rtop, rx0 = (24 - 16 + 1) // 2, 39 - 26 // 2
-    assert t.at(rtop, rx0, 26) == "Album List".ljust(26)
-    assert t.at(rtop + 15, rx0, 26) == "Show recent history".ljust(26)
+    for i, label in enumerate(REPORT_ROWS):
+        assert t.at(rtop + i, rx0, 26) == label.ljust(26), i
+    assert t.row(rtop + 16)[1:79].strip() == ""
     assert t.row(23) == BOTTOM_FRAME
     t.send(KEY.ESC)
     t.wait_for("Maintenance", row=0, col=centred("Maintenance"))
@@ -185,8 +196,10 @@ def test_maintenance_sub_menus_have_no_footer(term, fake, root):
     t.send(KEY.ENTER)
     t.wait_for("Imports", row=0, col=centred("Imports"))
     itop, ix0 = (24 - 3 + 1) // 2, 39 - 37 // 2
-    assert t.at(itop, ix0, 37) == "Create New album from Folder contents"
-    assert t.at(itop + 1, ix0, 37) == "XMCD (FreeDB) Style import".ljust(37)
+    for i, label in enumerate(["Create New album from Folder contents", "XMCD (FreeDB) Style import",
+                               "Plain text import"]):
+        assert t.at(itop + i, ix0, 37) == label.ljust(37), i
+    assert t.row(itop + 3)[1:79].strip() == ""
     assert t.row(23) == BOTTOM_FRAME
     t.send(KEY.ESC)
     t.wait_for("Maintenance", row=0)
