@@ -24,17 +24,19 @@ void format_console_heading(char *buf, std::size_t cap, int mode, const char *se
         std::snprintf(buf, cap, "Current Playlist (%s Mode)", playing_mode[m]);
 }
 
-std::string_view plist_display_name(std::string_view name)
+const char *plist_display_name(const char *name)
 {
-    return name == k_current_plist ? std::string_view("Current") : name;
+    return std::strcmp(name, k_current_plist) == 0 ? "Current" : name;
 }
 
 void format_added_text(char *buf, std::size_t cap, const char *artist, const char *title, const char *name,
                        bool already)
 {
-    const std::string_view shown = plist_display_name(name);
-    std::snprintf(buf, cap, already ? "%s - %s:  Already In %.*s Playlist" : "%s - %s:  Added to %.*s Playlist",
-                  artist, title, static_cast<int>(shown.size()), shown.data());
+    const char *shown = plist_display_name(name);
+    if (already)
+        std::snprintf(buf, cap, "%s - %s:  Already In %s Playlist", artist, title, shown);
+    else
+        std::snprintf(buf, cap, "%s - %s:  Added to %s Playlist", artist, title, shown);
 }
 
 void format_track_menu_title(char *buf, std::size_t cap, const char *artist, const char *title)

@@ -22,7 +22,7 @@ int known_mode(long reported);
 void format_console_heading(char *buf, std::size_t cap, int mode, const char *selection);
 
 // How announcements name a playlist: "Current" for the current playlist, else its name.
-std::string_view plist_display_name(std::string_view name);
+const char *plist_display_name(const char *name);
 
 // "%s - %s:  Added to %s Playlist", or "... Already In ..." when the server refused a duplicate.
 void format_added_text(char *buf, std::size_t cap, const char *artist, const char *title, const char *name,

@@ -58,8 +58,8 @@ TEST(PlistText, TheCurrentPlaylistIsAnnouncedAsCurrent)
     EXPECT_STREQ(buf, "Artist - Song:  Added to party Playlist");
     format_added_text(buf, sizeof buf, "Artist", "Song", "party", true);
     EXPECT_STREQ(buf, "Artist - Song:  Already In party Playlist");
-    EXPECT_EQ(plist_display_name("current.lst"), "Current");
-    EXPECT_EQ(plist_display_name("current.lst2"), "current.lst2");
+    EXPECT_STREQ(plist_display_name("current.lst"), "Current");
+    EXPECT_STREQ(plist_display_name("current.lst2"), "current.lst2");
 }
 
 TEST(PlistText, TrackMenuTitleIsTrimmedOnBothSides)
