@@ -14,6 +14,7 @@
 #include "core/startup.hpp"
 #include "db/album.hpp"
 #include "playlist/offline.hpp"
+#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
@@ -23,16 +24,18 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <string>
 #include <unistd.h>
 
 namespace {
 
 constexpr std::int64_t k_failed = 0xFFFF;              // reply album of a refused request
 constexpr std::int64_t k_playlists_listing = 0x8000;   // DIRLIST album field of a playlist listing
+constexpr int k_history_max = 100000;                  // a server that never says "no more" still ends the walk
 
 // The one request record of the run: each request sets only its own fields,
 // so the others carry what the previous reply left.
-server_msg request;
+server_msg record;
 
 // Writes one formatted line (already ended by its newline) to standard output.
 void put_line(const char *line) { std::fputs(line, stdout); }
@@ -60,19 +63,19 @@ void print_usage()
 // --next: fade out and play the next track.
 void skip_track()
 {
-    request.type = SKIP;
-    request.socket = master_sock;
-    send_msg(&request);
-    if (request.album == k_failed)
+    record.type = SKIP;
+    record.socket = master_sock;
+    send_msg(&record);
+    if (record.album == k_failed)
         put_text_line("! Control message failed");
 }
 
 // --stop: the master stops at the end of the current track.
 void stop_master()
 {
-    request.type = STOP;
-    request.socket = master_sock;
-    send_msg(&request);
+    record.type = STOP;
+    record.socket = master_sock;
+    send_msg(&record);
 }
 
 // Runs /bin/stty with one mode word and "echo" on the terminal of standard input.
@@ -88,9 +91,9 @@ void stop_local()
     if (local_server) {
         put_text_line("Local server will now shut down");
         std::fflush(stdout);
-        request.type = STOP_SERVICE;
-        request.socket = cd_srv_sock;
-        send_msg(&request);
+        record.type = STOP_SERVICE;
+        record.socket = cd_srv_sock;
+        send_msg(&record);
         return;
     }
     if (!master) {
@@ -106,29 +109,29 @@ void stop_local()
     std::fflush(stdout);
     // Only a lower-case "y" shuts the master down.
     if (answer == 'y') {
-        request.type = STOP_SERVICE;
-        request.socket = master_sock;
-        send_msg(&request);
+        record.type = STOP_SERVICE;
+        record.socket = master_sock;
+        send_msg(&record);
     }
 }
 
 // --history: walks the server's recent history, one entry per reply, until a reply's album is 0.
 void print_history()
 {
-    request.type = HISTORY;
-    set_text(request, "history.hst");
-    for (;;) {
-        send_msg(&request);
-        if (request.album == 0)
+    record.type = HISTORY;
+    set_text(record, "history.hst");
+    for (int asked = 0; asked < k_history_max; ++asked) {
+        send_msg(&record);
+        if (record.album == 0)
             return;
         history_entry e;
-        if (parse_history_entry({request.text, strnlen(request.text, request.length)}, e)) {
+        if (parse_history_entry({record.text, strnlen(record.text, record.length)}, e)) {
             char line[k_cli_line];
             format_history_line(line, sizeof line, e, get_time(static_cast<std::time_t>(e.time_played)));
             put_line(line);
         }
         // The server walks its history from the fields its reply left in the record.
-        set_text(request, "history.hst");
+        set_text(record, "history.hst");
     }
 }
 
@@ -188,15 +191,15 @@ void mode_operations(const cli_options &o)
 {
     if (o.mode_name[0] == '\0') {
         if (o.target[0] == '\0') {
-            request.type = GET_MODE;
-            send_msg(&request);
+            record.type = GET_MODE;
+            send_msg(&record);
             char line[k_cli_line];
-            format_mode_line(line, sizeof line, request.album);
+            format_mode_line(line, sizeof line, record.album);
             put_line(line);
         } else if (std::strcmp(o.target, k_any_target) == 0) {
-            request.type = GET_PLIST;
-            send_msg(&request);
-            std::printf("Selection Playlist: \"%s\"\n", request.text);
+            record.type = GET_PLIST;
+            send_msg(&record);
+            std::printf("Selection Playlist: \"%s\"\n", record.text);
         }
         return;
     }
@@ -205,20 +208,20 @@ void mode_operations(const cli_options &o)
         put_text_line("! unknown mode");
         return;
     }
-    request.type = GET_MODE;
-    send_msg(&request);
-    const std::int64_t current = request.album;
+    record.type = GET_MODE;
+    send_msg(&record);
+    const std::int64_t current = record.album;
     if (mode == 5 || mode == 6) {
-        request.type = SET_PLIST;
-        request.album = mode;
-        request.track = 1;
-        set_text(request, o.target);
-        send_msg(&request);
-        if (request.album == 0)
-            put_text_line(set_plist_failure(request.track));
+        record.type = SET_PLIST;
+        record.album = mode;
+        record.track = 1;
+        set_text(record, o.target);
+        send_msg(&record);
+        if (record.album == 0)
+            put_text_line(set_plist_failure(record.track));
     } else if (mode != current) {
-        request.type = MODE_UNDEFINED + mode;
-        send_msg(&request);
+        record.type = MODE_UNDEFINED + mode;
+        send_msg(&record);
     }
 }
 
@@ -249,30 +252,32 @@ bool change_list(const cli_options &o)
         put_line(line);
         return false;
     }
-    request.album = album_no;
-    request.track = track_no;
-    request.type = o.list_type;
+    record.album = album_no;
+    record.track = track_no;
+    record.type = o.list_type;
     if (o.list_type == SHORTLIST || o.list_type == DONOTPLAY) {
-        send_msg(&request);   // with the text as it stands
+        send_msg(&record);   // with the text as it stands
         return true;
     }
     char line[k_cli_line];
     if (o.list_type == PLIST_ADD && track_no == 0) {
-        for (int t = 1; t <= rec->tracks; ++t)
+        for (int t = 1; t <= rec->tracks; ++t) {
             plist_add_svce(album_no, t, k_current_plist, 0, master_sock);
+            release_retired_chains();   // no list is shown here: each rebuilt copy can go at once
+        }
         format_album_added(line, sizeof line, album_no, rec->entry[0].artist, rec->entry[0].title);
         put_line(line);
     } else {
-        set_text(request, k_current_plist);
-        send_msg(&request);
+        set_text(record, k_current_plist);
+        send_msg(&record);
         const track_rec &t = rec->entry[track_no];
-        format_list_result(line, sizeof line, o.list_type == PLIST_DELETE, request.album == k_failed, t.artist,
+        format_list_result(line, sizeof line, o.list_type == PLIST_DELETE, record.album == k_failed, t.artist,
                            t.title);
         put_line(line);
     }
-    request.type = PLIST_UPDATE;
-    set_text(request, k_current_plist);
-    send_msg(&request);
+    record.type = PLIST_UPDATE;
+    set_text(record, k_current_plist);
+    send_msg(&record);
     return true;
 }
 
@@ -285,35 +290,36 @@ void append_playlist(const cli_options &o)
         std::printf("! Playlist \"%s\" does not exist\n", path);
         return;
     }
-    request.type = PLIST_APPEND;
-    set_text(request, o.plist_name);
-    send_msg(&request);
+    record.type = PLIST_APPEND;
+    set_text(record, o.plist_name);
+    send_msg(&record);
 }
 
 // --playlist-search: the names of the offline playlists.
 void list_playlists()
 {
-    request.type = DIRLIST;
-    request.album = k_playlists_listing;
-    request.track = 0;
-    set_text(request, "PlayLists");
-    send_msg(&request);
-    for_each_listed_playlist({request.text, strnlen(request.text, request.length)}, [](std::string_view name) {
-        std::printf("%.*s \n", static_cast<int>(name.size()), name.data());
+    record.type = DIRLIST;
+    record.album = k_playlists_listing;
+    record.track = 0;
+    set_text(record, "PlayLists");
+    send_msg(&record);
+    for_each_listed_playlist({record.text, strnlen(record.text, record.length)}, [](std::string_view name) {
+        const std::string shown(name);
+        std::printf("%s \n", shown.c_str());
     });
 }
 
 // --playlist: prints a playlist, one track per line.
 void print_playlist(const cli_options &o)
 {
-    request.type = PLIST_GET;
-    set_text(request, o.plist_name);
-    send_msg(&request);
-    if (request.album == 0) {
+    record.type = PLIST_GET;
+    set_text(record, o.plist_name);
+    send_msg(&record);
+    if (record.album == 0) {
         std::printf("Cannot open playlist: \"%s\"\n", o.plist_name);
         return;
     }
-    for_each_plist_record(request.text, strnlen(request.text, request.length), print_track);
+    for_each_plist_record(record.text, strnlen(record.text, record.length), print_track);
 }
 
 // The operation that ended the argument scan; false when there was none.
@@ -354,15 +360,15 @@ bool immediate_operation(cli_action action)
 
 void command_line(int argc, char **argv)
 {
-    request.socket = master_sock;
-    request.type = 0;
-    request.sequence = 0;
-    request.album = 1;
-    request.track = 0;
-    request.text[0] = '\0';
+    record.socket = master_sock;
+    record.type = 0;
+    record.sequence = 0;
+    record.album = 1;
+    record.track = 0;
+    record.text[0] = '\0';
 
     const cli_options o = scan_arguments(argc, argv);
-    request.type = o.type;
+    record.type = o.type;
     if (immediate_operation(o.action))
         return;
     if (o.mode) {

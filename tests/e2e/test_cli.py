@@ -630,3 +630,11 @@ def test_search_reads_only_the_loaded_albums(cli, fake):
     fake.albums = search_library()
     run_ok(cli, fake, "--search", "--artist", "abba")
     assert [m.album for m in fake.of_type(ALBUM_READ)] == [0, 1, 2, 3, 4]
+
+
+def test_history_from_a_server_that_never_says_no_more_still_ends(cli, fake):
+    entry = history_text(0x5F3A1B2C, 1, 2, "X", "Y", "01:00")
+    fake.handlers[HISTORY] = lambda srv, conn, m: reply(m, text=entry)
+    out = run_ok(cli, fake, "--history", timeout=120)
+    assert out.count("\n") == 100000
+    assert len(fake.of_type(HISTORY)) == 100000
