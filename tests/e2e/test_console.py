@@ -426,3 +426,25 @@ def test_keys_of_the_track_lists_work_on_the_console(fake, term):
     t.wait_for("Current Playlist (", row=0)
     t.send(ctrl("D"))   # not on the short-list: said by the track lists' own key
     t.wait_for("Track is not on the shortlist")
+
+
+def test_recent_history_says_please_wait_with_a_running_count(fake, term):
+    PlaylistServer(fake, current=THREE)
+    served = []
+
+    def history(srv, conn, m):
+        served.append(m)
+        time.sleep(0.6)   # slow enough to see the count before the next reply
+        if len(served) > 2:
+            return reply(m, album=0)
+        text = "%8.8X %04d/%02d %-28.28s - %-29.29s [%s]" % (0x65000000 + len(served), 2, len(served),
+                                                            "Artist 2", "Song 2-%d" % len(served), "03:01")
+        return reply(m, text=text.encode())
+    fake.handlers[HISTORY] = history
+    t = start_console(fake, term)
+    t.send("h")
+    # The count is written over the end of the text, at column 44.
+    t.wait_for("Please Wait ..1.", row=12, col=30)
+    assert t.row(2).strip() == ""   # the screen was cleared for it
+    t.wait_for("Please Wait ..2.", row=12, col=30)
+    t.wait_for("Playlist History", row=0)

@@ -116,3 +116,23 @@ def test_malformed_entries_are_left_out(fake, term, root):
     assert t.at(3, 2, 4) != "0000"
     time.sleep(0.2)
     assert count_of(fake, HISTORY) == 4
+
+
+def test_reading_a_file_shows_a_running_count_only(fake, term, root):
+    PlaylistServer(fake, current=[(1, 1)], history_files=FILES)
+    model = HistoryFiles(fake, root, {"240315143000.hst": [(0x65F45C00, 2, 1), (0x65F45C10, 2, 2)]})
+    slow = model.on_history
+
+    def history(srv, conn, m):
+        time.sleep(0.6)
+        return slow(srv, conn, m)
+    fake.handlers[HISTORY] = history
+    t = start_console(fake, term, env={"TZ": "UTC"})
+    t.send(KEY.ctrl("H"))
+    t.wait_for("Available History Files", row=0)
+    t.send(KEY.ENTER)
+    t.wait_for("1", row=12, col=44)
+    assert t.find("Please Wait") is None
+    assert t.find("Available History Files") is None   # the screen was cleared
+    t.wait_for("2", row=12, col=44)
+    t.wait_for("Playlist History: Fri Mar 15 14:30:00 2024", row=0)

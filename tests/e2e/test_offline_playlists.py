@@ -5,9 +5,10 @@ import time
 
 import pytest
 
+from conftest import write_cfg
 from console_helpers import CURRENT, PlaylistServer, count_of, ctrl, heading_of, start_console, track_line
-from fakeserver import (DELETE, DIRLIST, PLIST_ADD_LOCAL, PLIST_APPEND, PLIST_GET, PLIST_READ, PLIST_UPDATE,
-                        plist_text, reply)
+from fakeserver import (DELETE, DIRLIST, PLIST_ADD, PLIST_ADD_LOCAL, PLIST_APPEND, PLIST_GET, PLIST_READ,
+                        PLIST_UPDATE, RET_CHECK, album_text, plist_text, reply, simple_library)
 from term import KEY
 
 PARTY = [(2, 1), (2, 2), (3, 3)]
@@ -273,3 +274,65 @@ def test_list_keys_work_on_the_offline_playlist(fake, term):
     t.wait_for(track_line(3, 3), row=2, col=2)
     t.wait_for(track_line(2, 1), row=3, col=2)
     assert fake.playlist == [(1, 1)]
+
+
+# ----- key a of the track lists: adding one track to the current playlist ----------------------------
+
+
+def offline_library():
+    """simple_library with track 2 of album 1 off-line."""
+    lib = simple_library(3, 3)
+    lib[1] = album_text("Artist 1", "Album 1", [("Artist 1", "Song 1-1", "03:01"),
+                                                ("Artist 1", "Song 1-2", "03:02", "-", 0),
+                                                ("Artist 1", "Song 1-3", "03:03")])
+    return lib
+
+
+def album_list(fake, term, current, root=None, **cfg):
+    """The console on `current`, then the track list (key l) of its first element's album."""
+    if cfg:
+        write_cfg(root, fake.port, **cfg)
+    PlaylistServer(fake, current=current)
+    t = start_console(fake, term, library=offline_library())
+    t.send("l")
+    album_no = current[0][0]
+    t.wait_for("%04d: Artist %d - Album %d [" % (album_no, album_no, album_no), row=0)
+    t.settle(0.3)
+    return t
+
+
+def test_a_refuses_an_offline_track_without_a_cd_drive(fake, term):
+    t = album_list(fake, term, [(1, 1)])
+    t.send(KEY.DOWN)   # 0001/02 is off-line
+    t.send("a")
+    text = "Cannot add offline tracks to playlist - no CD drive"
+    t.wait_for(text, row=12, col=(80 - len(text)) // 2)
+    time.sleep(0.4)
+    assert count_of(fake, PLIST_ADD) == 0
+
+
+def test_a_adds_then_announces_updates_and_reads_the_list_again(fake, term):
+    t = album_list(fake, term, [(1, 1)])
+    t.send(KEY.DOWN)
+    t.send(KEY.DOWN)   # 0001/03, on line
+    before = len(fake.received)
+    t.send("a")
+    t.wait_for("Artist 1 - Song 1-3:  Added to Current Playlist", row=12)
+    fake.wait_for(PLIST_READ, pred=lambda m: m in fake.received[before:])
+    sent = [(m.type, m.album, m.track, m.str) for m in fake.received[before:]]
+    assert sent[:3] == [(PLIST_ADD, 1, 3, CURRENT), (PLIST_UPDATE, 1, 3, CURRENT), (PLIST_READ, 1, 0, CURRENT)]
+    assert fake.playlist == [(1, 1), (1, 3)]
+
+
+def test_a_on_an_offline_track_with_a_cd_drive_notes_the_retrieve(fake, term, root):
+    t = album_list(fake, term, [(1, 1)], root=root, extra={"CD_DRIVE": "/dev/null"})
+    t.send(KEY.DOWN)
+    t.send("a")
+    m = fake.wait_for(PLIST_ADD)
+    assert (m.album, m.track, m.str) == (1, 2, CURRENT)
+    t.wait_for("Please load CD number 0001", row=22)
+    assert count_of(fake, RET_CHECK) == 0
+    # The off-line track still goes to the playlist and the list is read again.
+    u = fake.wait_for(PLIST_UPDATE)
+    assert (u.album, u.track, u.str) == (1, 2, CURRENT)
+
