@@ -152,10 +152,13 @@ const char *get_time(std::time_t t)
         msg.track = 0;
         set_text(msg, "Time");
         send_msg(&msg);
-        t = static_cast<std::time_t>(std::strtoul(msg.text, nullptr, 16));
+        // A reply that is not a clock leaves the local clock alone and shows the local time.
+        const bool known = parse_server_time(msg.text, t);
+        if (!known)
+            t = std::time(nullptr);
         // The clock is set at one-second resolution; when it already shows the
         // server's second, setting it again would only throw away the fraction.
-        if (master == 0 && t != std::time(nullptr)) {
+        if (master == 0 && known && t != std::time(nullptr)) {
             std::tm tm{};
             localtime_r(&t, &tm);
             char stamp[64];

@@ -32,6 +32,10 @@ const char *get_time(std::time_t t);
 // Formats a time as get_time shows it.
 void format_server_time(char (&out)[64], std::time_t t);
 
+// Reads the text of a GETTIME reply (seconds since the epoch in hex) into t;
+// false, leaving t alone, when the text holds no such number.
+bool parse_server_time(const char *text, std::time_t &t);
+
 // Tracing aids: log one message, or the elements of a browser list.
 void pr_msg(int tag, const server_msg *msg);
 void pr_chain(const char *label, const chain_item *chain);

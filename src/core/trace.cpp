@@ -1,7 +1,10 @@
 #include "core/link.hpp"
 #include "proto/msg_types.hpp"
 
+#include <cctype>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -37,4 +40,21 @@ void format_server_time(char (&out)[64], std::time_t t)
     localtime_r(&t, &tm);
     std::snprintf(out, sizeof out, "%2.2d/%2.2d/%2.2d @ %2.2d:%2.2d:%2.2d", tm.tm_mday, tm.tm_mon + 1,
                   tm.tm_year + 1900 - 2000, tm.tm_hour, tm.tm_min, tm.tm_sec);
+}
+
+// The server's clock from a GETTIME reply, when the text is one.
+bool parse_server_time(const char *text, std::time_t &t)
+{
+    const char *p = text;
+    while (*p == ' ' || *p == '\t')
+        ++p;
+    // Digits only: a sign or an empty text is not a clock.
+    if (std::isxdigit(static_cast<unsigned char>(*p)) == 0)
+        return false;
+    char *end = nullptr;
+    const unsigned long long v = std::strtoull(p, &end, 16);
+    if (v > static_cast<unsigned long long>(INT64_MAX))
+        return false;
+    t = static_cast<std::time_t>(v);
+    return true;
 }

@@ -74,3 +74,32 @@ def test_gap_answers_and_album_texts_of_every_shape_are_taken(fake, term):
     t.send("y")
     assert t.wait_exit() == 0
     assert fake.errors == []
+
+
+def test_start_screen_shows_the_servers_time(fake, root, term):
+    from conftest import write_cfg
+    write_cfg(root, fake.port, mode="master")
+    fake.time = 1700000000   # 14/11/23 22:13:20 UTC
+    fake.albums = simple_library(1)
+    release = threading.Event()
+    hold_reply(fake, 9000, release)
+    t = term(env={"TZ": "UTC"})
+    try:
+        t.wait_for("Zerka client V4.02 Started (master) 14/11/23 @ 22:13:20", row=10, col=10)
+    finally:
+        release.set()
+
+
+def test_a_time_reply_that_is_no_clock_shows_the_local_time(fake, root, term):
+    from conftest import write_cfg
+    write_cfg(root, fake.port, mode="master")
+    fake.handlers[GETTIME] = lambda srv, conn, m: reply(m, text=b"rubbish")
+    fake.albums = simple_library(1)
+    release = threading.Event()
+    hold_reply(fake, 9000, release)
+    t = term(env={"TZ": "UTC"})
+    try:
+        today = time.strftime("%d/%m/%y", time.gmtime())
+        t.wait_for("Zerka client V4.02 Started (master) %s @ " % today, row=10, col=10)
+    finally:
+        release.set()

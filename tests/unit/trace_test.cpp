@@ -64,4 +64,22 @@ TEST(Trace, TimeFormats)
     EXPECT_STREQ(out, "07/03/24 09:05:03 ");
 }
 
+TEST(ServerTime, HexSecondsOfTheReply)
+{
+    std::time_t t = 0;
+    ASSERT_TRUE(parse_server_time("65f45c78", t));
+    EXPECT_EQ(t, 0x65F45C78);
+    ASSERT_TRUE(parse_server_time("65F45C79\n", t));
+    EXPECT_EQ(t, 0x65F45C79);
+}
+
+TEST(ServerTime, ATextThatIsNoClockLeavesTheTimeAlone)
+{
+    for (const char *text : {"", "Time", "-5", "zz", "ffffffffffffffffffff"}) {
+        std::time_t t = 1234;
+        EXPECT_FALSE(parse_server_time(text, t)) << text;
+        EXPECT_EQ(t, 1234) << text;
+    }
+}
+
 }   // namespace
