@@ -130,58 +130,71 @@ element_id id_of(const chain_item *e)
     return {.album_no = e->album_no, .track_no = e->track_no, .key = e->key, .valid = true};
 }
 
+// Whether the list is the loaded CD's, which its own service may replace at any key.
+bool loaded_cd_list(const browse_run &b) { return b.callback == exocd_svce || b.mode == k_browse_cd_matches; }
+
+// Whether the screen keeps its list up to date itself (the browser then shows a copy of it).
+bool screen_keeps_list(const browse_run &b)
+{
+    return b.mode == k_browse_console || b.mode == k_browse_offline || loaded_cd_list(b);
+}
+
 // The list the caller's screen keeps up to date, in the modes that have one.
 chain_item *source_list(const browse_run &b)
 {
-    switch (b.mode) {
-    case k_browse_console:
+    if (b.mode == k_browse_console)
         return plist_head;
-    case k_browse_offline:
+    if (b.mode == k_browse_offline)
         return offl_head;
-    case k_browse_cd_matches:
+    if (loaded_cd_list(b))
         return exo_head;
-    default:
-        return b.given;
-    }
+    return b.given;
+}
+
+// Shows that a long list is being rebuilt, with the number of elements taken so far.
+void show_running_count(int taken)
+{
+    if (taken == 0)
+        put_text(stdscr, 12, 30, "Please Wait....");
+    char text[16];
+    std::snprintf(text, sizeof text, "%4d", taken);
+    put_text(stdscr, 12, 46, text);
+    refresh();
 }
 
 // A copy of a list in an order, built the way the browser rebuilds: history
-// entries again with their texts, other elements keeping duplicates.
+// entries again with their texts, other elements keeping duplicates. A list
+// of more than 1000 elements shows its running count while it is taken.
 chain_item *copy_list(const browse_run &b, const chain_item *from, int order)
 {
+    const bool long_list = b.count > k_wait_threshold;
+    if (long_list)
+        show_running_count(0);
+    int taken = 0;
+    const auto took_one = [&] {
+        if (long_list)
+            show_running_count(++taken);
+    };
     chain_item *out = nullptr;
-    int n = 0;
     if (history_mode(b)) {
         std::vector<history_item> entries;
-        for (const chain_item *e = from; e != nullptr; e = e->next)
+        for (const chain_item *e = from; e != nullptr; e = e->next) {
             entries.push_back({.album_no = e->album_no,
                                .track_no = e->track_no,
                                .key = e->key,
                                .artist = e->track->artist,
                                .title = e->track->title,
                                .length = e->track->time});
-        n = static_cast<int>(entries.size());
-        if (n > k_wait_threshold) {
-            put_text(stdscr, 12, 30, "Please Wait....");
-            refresh();
+            took_one();
         }
         build_history_chain(&out, order, entries);
     } else {
         std::vector<chain_entry> entries;
-        for (const chain_item *e = from; e != nullptr; e = e->next)
+        for (const chain_item *e = from; e != nullptr; e = e->next) {
             entries.push_back({.album_no = e->album_no, .track_no = e->track_no, .key = e->key});
-        n = static_cast<int>(entries.size());
-        if (n > k_wait_threshold) {
-            put_text(stdscr, 12, 30, "Please Wait....");
-            refresh();
+            took_one();
         }
         build_chain(&out, order, entries, 1);
-    }
-    if (n > k_wait_threshold) {
-        char text[16];
-        std::snprintf(text, sizeof text, "%4d", n);
-        put_text(stdscr, 12, 46, text);
-        refresh();
     }
     return out;
 }
@@ -221,11 +234,10 @@ void show_base(browse_run &b, const element_id &was, int was_ordinal)
 }
 
 // Rebuilds the list in the chosen order from `from` (the list shown in its
-// order, or the list the screen keeps), keeping the current element.
-void rebuild(browse_run &b, const chain_item *from)
+// order, or the list the screen keeps), keeping the element that was current
+// (`was`, at `was_ordinal`).
+void rebuild_keeping(browse_run &b, const chain_item *from, const element_id &was, int was_ordinal)
 {
-    const element_id was = id_of(current_element(b));
-    const int was_ordinal = current_ordinal(b.view);
     if (history_mode(b) && b.order == k_order_append)
         b.order = k_order_history_time;
     chain_item *fresh = copy_list(b, from, b.order);
@@ -239,9 +251,15 @@ void rebuild(browse_run &b, const chain_item *from)
     show_base(b, was, was_ordinal);
 }
 
-// Takes a private copy of the screen's own list as it stands (console and
-// offline playlist), so that replies that replace that list never pull the
-// shown elements away.
+// Rebuilds the list in the chosen order from `from`, keeping the current element.
+void rebuild(browse_run &b, const chain_item *from)
+{
+    rebuild_keeping(b, from, id_of(current_element(b)), current_ordinal(b.view));
+}
+
+// Takes a private copy of the screen's own list as it stands (console,
+// offline playlist, loaded CD), so that replies and services that replace that
+// list never pull the shown elements away.
 void take_copy(browse_run &b, chain_item *from)
 {
     b.base = copy_list(b, from, k_order_append);
@@ -319,13 +337,10 @@ void draw(const browse_run &b)
 // F3: the next element after the current one (wrapping) whose artist or title holds the find text.
 void find_next(browse_run &b)
 {
-    if (b.find_text[0] == '\0') {
-        if (prompt(12, 20, "Find: ", b.find_text, k_max_find, 0) == k_escape) {
-            b.find_text[0] = '\0';
-            return;
-        }
-        if (b.find_text[0] == '\0')
-            return;
+    // An empty text asked for and given as such finds nothing: contains never matches it.
+    if (b.find_text[0] == '\0' && prompt(12, 20, "Find: ", b.find_text, k_max_find, 0) == k_escape) {
+        b.find_text[0] = '\0';
+        return;
     }
     const int n = static_cast<int>(b.index.size());
     const int at = current_ordinal(b.view);
@@ -359,7 +374,8 @@ void sort_list(browse_run &b)
         rebuild(b, source_list(b));
         return;
     }
-    rebuild(b, b.base);
+    // From the list as shown: after Ctrl-V, equal elements keep their reversed order.
+    rebuild(b, b.shown);
 }
 
 // Ctrl-V: the list the other way round; twice gives it back as it was.
@@ -506,12 +522,15 @@ int pass_on(browse_run &b, int key)
     char footer_before[sizeof footer];
     copy_bounded(heading_before, heading);
     copy_bounded(footer_before, footer);
+    const element_id was = id_of(current);
+    const int was_ordinal = current_ordinal(b.view);
     const int r = b.callback(current, key, b.mode);
     if (r == -1 || r == -11)
         return r;
     if (b.callback == search_svce && search_result_key(r))
         return r;
     if (b.callback == exocd_svce) {
+        // The loaded CD's list as its service left it: taken again whatever the mode.
         if (exo_head == nullptr)
             return 0;
         if (r == keys::esc) {
@@ -521,20 +540,33 @@ int pass_on(browse_run &b, int key)
         }
         if (r == keys::f(9) || r == keys::f(10))
             b.mode = k_browse_cd_matches;
-    } else {
-        copy_bounded(heading, heading_before);
-        copy_bounded(footer, footer_before);
+        rebuild_keeping(b, exo_head, was, was_ordinal);
+        return k_no_result;
     }
-    if (b.mode == k_browse_console || b.mode == k_browse_offline || b.mode == k_browse_cd_matches)
-        rebuild(b, source_list(b));
+    copy_bounded(heading, heading_before);
+    copy_bounded(footer, footer_before);
+    if (screen_keeps_list(b))
+        rebuild_keeping(b, source_list(b), was, was_ordinal);
     return k_no_result;
+}
+
+// The list the caller's head holds after Esc: the current playlist on the
+// console and an offline playlist, the loaded CD's list as it now stands, else
+// the list as it was given.
+chain_item *list_on_leaving(const browse_run &b)
+{
+    if (b.mode == k_browse_console || b.mode == k_browse_offline)
+        return plist_head;
+    if (loaded_cd_list(b))
+        return exo_head;
+    return b.given;
 }
 
 // Leaves the browser: the caller's list head gets the list it should hold.
 int leave(browse_run &b, int result)
 {
     if (result == k_escape)
-        *b.head = (b.mode == k_browse_console || b.mode == k_browse_offline) ? plist_head : b.given;
+        *b.head = list_on_leaving(b);
     release_copies(b);
     return result;
 }
@@ -550,7 +582,7 @@ int browser(chain_item **head, int count, int start, browse_callback callback, i
     b.mode = mode;
     copy_bounded(b.saved_heading, heading);
     copy_bounded(b.saved_footer, footer);
-    if (mode == k_browse_console || mode == k_browse_offline) {
+    if (screen_keeps_list(b)) {
         take_copy(b, b.given);
     } else {
         b.base = b.shown = b.given;

@@ -437,3 +437,105 @@ def test_ctrl_l_on_the_master_machine(fake, term, root):
     search(t, "band", heading=HEADING)
     t.send(ctrl("L"))
     t.wait_for("Local audio stream not available on Master server", row=12)
+
+
+def test_a_sort_after_ctrl_v_starts_from_the_list_as_shown(fake, term):
+    # The list is rebuilt from the one on the screen: equal play counts keep the reversed order.
+    lib = sort_library()
+    t = open_console(fake, term, lib)
+    search(t, "", "a", heading='Titles containing "a"')
+    t.send(ctrl("V"))
+    t.wait_for('Titles containing "a"; Reverse', row=0)
+    wait_rows(t, [lib_line(lib, a, n) for a, n in [(1, 2), (1, 3), (1, 1), (2, 1)]])
+    choose_sort(t, 5)                   # No. of Plays Order: 1/3 and 2/1 both played 3 times
+    heading = 'Titles containing "a"; Sorted in No. of Plays Order'
+    t.wait_for(heading, row=0, col=centred_col(heading))
+    wait_rows(t, [lib_line(lib, a, n) for a, n in [(1, 2), (1, 3), (2, 1), (1, 1)]])
+
+
+def test_f3_with_an_empty_find_text_finds_nothing(fake, term):
+    lib, t = open_long(fake, term)
+    t.send(KEY.DOWN)
+    t.send(KEY.F3)
+    t.wait_for("Find:", row=12, col=20)
+    t.settle(0.2)
+    t.send("\r")
+    text = '"" not found'
+    t.wait_for(text, row=12, col=centred_col(text))
+    t.wait_gone(text)
+    assert_page(t, lib, 1, 2)
+
+
+def long_list_library(count):
+    """`count` tracks by "Lots", 99 to an album."""
+    lib = Library()
+    n = 0
+    a = 1
+    while n < count:
+        tracks = []
+        while len(tracks) < 99 and n < count:
+            n += 1
+            tracks.append(("Lots", "Song %04d" % n, "03:00"))
+        lib.add(a, "Lots", "Album %d" % a, tracks)
+        a += 1
+    return lib
+
+
+def counts_shown(raw, start):
+    """The values the field at row 12, column 46 took, in turn, while "Please Wait...." was shown
+    and raw[start:] was written."""
+    from term import _Screen, _Stream
+    screen = _Screen(80, 24)
+    stream = _Stream(screen)
+    stream.use_utf8 = False
+    stream.feed(raw[:start])
+    seen = []
+    for i in range(start, len(raw)):
+        stream.feed(raw[i:i + 1])
+        if screen.display[12][30:45] != "Please Wait....":
+            continue
+        field = screen.display[12][46:50]
+        if field.strip().isdigit() and (not seen or seen[-1] != int(field)):
+            seen.append(int(field))
+    return seen
+
+
+def test_a_long_list_shows_a_running_count_while_it_is_rebuilt(fake, term):
+    lib = long_list_library(1001)
+    t = open_console(fake, term, lib)
+    search(t, "lots", heading='Artists containing "lots"')
+    wait_position(t, "   1 of 1001")
+    start = len(t.raw)
+    t.send(ctrl("V"))
+    t.wait_for('Artists containing "lots"; Reverse', row=0, timeout=20)
+    wait_position(t, "1001 of 1001")
+    t.settle(0.3)
+    seen = iter(counts_shown(t.raw, start))
+    # One count an element, from the first to the last (the screen passes through
+    # part-written counts in between, which do not matter).
+    missing = [n for n in range(1, 1002) if n not in seen]
+    assert missing == [], missing[:10]
+
+
+def test_a_key_on_the_loaded_cd_screen_takes_its_list_again(fake, term):
+    # The loaded CD's own service may replace its list; the browser shows the list
+    # as it stands after every key it passes on, rebuilt (hence the sort place).
+    EXOCD = 0x64
+    CD_EJECT = 0x6B
+    lib = Library()
+    lib.add(12, "Loaded", "Disc", [("Loaded", "First", "03:00"), ("Loaded", "Second", "04:00")], time="07:00")
+    t = open_console(fake, term, lib)
+    fake.push(EXOCD, album=12, track=1000, text=b"1234abcd")
+    heading = "0012: Loaded - Disc [07:00]"
+    t.wait_for(heading, row=0, col=centred_col(heading))
+    wait_rows(t, [lib_line(lib, 12, 1), lib_line(lib, 12, 2)])
+    t.send(KEY.DOWN)
+    t.send("z")
+    heading = "0012: Loaded - Disc [07:00]; "
+    t.wait_for(heading.rstrip(), row=0, col=centred_col(heading))
+    wait_rows(t, [lib_line(lib, 12, 1), lib_line(lib, 12, 2)])
+    wait_current(t, 3)
+    t.send(ESC)
+    m = fake.wait_for(CD_EJECT)
+    assert m.album == 12
+    t.wait_for("Current Playlist (", row=0)
