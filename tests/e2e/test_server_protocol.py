@@ -201,6 +201,44 @@ def test_a_broken_frame_costs_only_its_connection(demo, garbage):
     assert "malformed message header" in demo.log_text()
 
 
+def test_random_bytes_from_many_clients_never_stop_the_server(demo):
+    """Well-framed requests of any type (the service stop excepted) with random
+    fields and texts, then bytes of every kind: the server answers each whole
+    request and at worst closes that connection."""
+    import random
+    rng = random.Random(4711)
+    interesting = [0, 1, 2, 58, 99, 100, 3000, 3001, 9000, 9019, 0x8000, 0xFFFD, 0xFFFE, 0xFFFF]
+    for i in range(100):
+        c = demo.client(greet=rng.random() < 0.5)
+        c.sock.settimeout(0.3)
+        data = b""
+        for _ in range(rng.randrange(1, 6)):
+            t = rng.choice([rng.randrange(0x10, 0xBC), rng.randrange(0, 256)])
+            if t == STOP_SERVICE:
+                t = GET_MODE
+            text = bytes(rng.randrange(256) for _ in range(rng.randrange(0, 200)))
+            if rng.random() < 0.3:
+                text = rng.choice([b"../zerka.db", b"/etc/passwd", b"..", b"current.lst", b"a~b\nc", b"0000 00",
+                                   b"history.hst", b"PlayLists", b"x" * 5000])
+            data += Msg(t, rng.randrange(0x10000), rng.choice(interesting + [rng.randrange(0x10000)]),
+                        rng.choice(interesting + [rng.randrange(0x10000)]), text).encode()
+        if i % 3 == 0:
+            data += bytes(rng.randrange(256) for _ in range(rng.randrange(1, 64)))
+        c.sock.sendall(data)
+        if i % 2 == 0:
+            c.sock.shutdown(socket.SHUT_WR)   # the end of the stream right behind the bytes
+        try:
+            while c.recv():
+                pass
+        except (EOFError, ConnectionResetError, socket.timeout):
+            pass
+        c.close()
+    assert demo.alive()
+    other = demo.client()
+    assert other.request(ALBUM_READ, album=1).album == 1
+    assert other.request(GETTIME, text=b"Time").type == GETTIME
+
+
 def test_a_client_that_vanishes_mid_message_costs_nothing(demo):
     c = demo.client()
     c.sock.sendall(b"11 0105 0014 0000 0100 half a text")
