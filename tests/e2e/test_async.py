@@ -413,3 +413,14 @@ def test_retrieval_state_follows_the_servers_notices(fake, term):
     fake.push(0x65, album=14)                 # RET_PROG of that album ends the reminder too
     time.sleep(1.2)
     assert not reminder_shows(14)
+
+
+def test_server_notice_with_an_album_field_is_an_error_that_waits_for_a_key(fake, term):
+    t = started(fake, term)
+    fake.push(SERVER_NOTICE, album=1, text=b"Disk is full")
+    t.wait_for(" Disk is full ", row=12)
+    time.sleep(3)
+    t.pump()
+    assert t.find("Disk is full") is not None
+    t.send(" ")
+    t.wait_gone("Disk is full")
