@@ -437,6 +437,11 @@ def test_ctrl_l_on_the_master_machine(fake, term, root):
     search(t, "band", heading=HEADING)
     t.send(ctrl("L"))
     t.wait_for("Local audio stream not available on Master server", row=12)
+    t.wait_gone("Local audio stream not available on Master server")
+    t.send(ctrl("A"))                    # the audio stream, toggled: not on the master either
+    t.wait_for("Local audio stream not available on Master server", row=12)
+    t.wait_gone("Local audio stream not available on Master server")
+    wait_rows(t, [line_of(long_library(), i) for i in range(1, 21)])
 
 
 def test_a_sort_after_ctrl_v_starts_from_the_list_as_shown(fake, term):
