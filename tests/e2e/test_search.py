@@ -440,3 +440,43 @@ def test_ctrl_w_on_a_good_album(fake, term, root):
     assert t.at(4, 10, 40).strip() == ""
     t.send(" ")
     t.wait_for('Artists containing "fine"', row=0)
+
+
+def test_the_playlist_and_selection_keys_are_only_for_albums_1_to_8999(fake, term):
+    # A play-history list may name a reserved album (9000 up); its tracks take none of these keys.
+    lib = Library()
+    lib.add(1, "Low", "One", [("Low", "Song", "03:00")])
+    lib.add(9000, "High", "Reserved", [("High", "Tune", "03:00")])
+    entries = [(0x65000000, 9000, 1, "High", "Tune", "03:00"), (0x65000060, 1, 1, "Low", "Song", "03:00")]
+    served = []
+
+    def history(srv, conn, m):
+        if len(served) < len(entries):
+            played, a, tr, artist, title, length = entries[len(served)]
+            served.append(m)
+            text = "%8.8X %04d/%02d %-28.28s - %-29.29s [%s]" % (played, a, tr, artist, title, length)
+            return reply(m, text=text.encode())
+        return reply(m, album=0)
+    fake.handlers[0x23] = history
+    t = open_console(fake, term, lib)
+    t.send("h")
+    t.wait_for("Playlist History", row=0)
+    wait_rows(t, [lib_line(lib, 9000, 1), lib_line(lib, 1, 1)])
+    wait_current(t, 3)
+    t.send(KEY.UP)
+    wait_current(t, 2)                  # 9000/01
+    for key in ("a", "b", ctrl("S"), ctrl("U"), ctrl("N"), ctrl("O")):
+        t.send(key)
+        t.settle(0.4)
+        assert t.row(0).strip().startswith("Playlist History"), t.text()
+        assert t.find("Are you sure") is None and t.find("Added to") is None and t.find("ALL tracks") is None
+        assert t.find("0001/01:") is None and t.find("9000/01:") is None, t.text()
+    assert fake.of_type(PLIST_ADD) == [] and fake.of_type(SHORTLIST) == [] and fake.of_type(OFFLINE) == []
+    t.send(KEY.DOWN)
+    wait_current(t, 3)                  # 0001/01 takes them
+    t.send(ctrl("S"))
+    t.wait_for("0001/01: Low - Song", row=8, col=10)
+    t.wait_for("Add this track to the shortlist?", row=16, col=10)
+    t.send("y")
+    m = fake.wait_for(SHORTLIST)
+    assert (m.album, m.track) == (1, 1)
