@@ -544,3 +544,29 @@ def test_a_key_on_the_loaded_cd_screen_takes_its_list_again(fake, term):
     m = fake.wait_for(CD_EJECT)
     assert m.album == 12
     t.wait_for("Current Playlist (", row=0)
+
+
+def test_console_keys_are_passed_on_only_in_the_initial_order(fake, term):
+    lib = long_library()
+    t = open_console(fake, term, lib, current=[(2, 3), (1, 1)])
+    wait_rows(t, [lib_line(lib, 2, 3), lib_line(lib, 1, 1)])
+    t.send(ctrl("V"))                   # reversed, still the initial order: keys reach the console
+    t.wait_for("Current Playlist (Undefined Mode); Reverse", row=0)
+    wait_rows(t, [lib_line(lib, 1, 1), lib_line(lib, 2, 3)])
+    t.send("s")
+    t.wait_for("Enter Artist and/or Title To Search For", row=0)
+    t.settle(0.2)
+    t.send(ESC)
+    t.wait_for("Current Playlist (", row=0)
+    choose_sort(t, 0)                   # Numerical Order: the console's keys are ignored now
+    t.wait_for("Current Playlist (Undefined Mode); Sorted in Numerical Order", row=0)
+    wait_rows(t, [lib_line(lib, 1, 1), lib_line(lib, 2, 3)])
+    t.send("s")
+    t.settle(0.5)
+    assert t.row(0).strip() == "Current Playlist (Undefined Mode); Sorted in Numerical Order"
+    choose_sort(t, 6)                   # Original Order is a sort too
+    t.wait_for("Current Playlist (Undefined Mode); Sorted in Original Order", row=0)
+    wait_rows(t, [lib_line(lib, 2, 3), lib_line(lib, 1, 1)])
+    t.send("s")
+    t.settle(0.5)
+    assert t.row(0).strip() == "Current Playlist (Undefined Mode); Sorted in Original Order"
