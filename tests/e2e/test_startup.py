@@ -89,6 +89,17 @@ def test_root_from_the_program_path(fake, bare_root):
     assert os.path.exists(os.path.join(bare_root, "zerka.log"))
 
 
+def test_program_found_on_the_path_takes_the_current_directory_as_root(fake, bare_root):
+    # A program name without "/" names no folder: the root is where it was started.
+    write_cfg(bare_root, fake.port)
+    e = dict(os.environ)
+    e.pop("ZERKA", None)
+    e["PATH"] = os.path.dirname(ZERKA) + ":" + e.get("PATH", "")
+    p = subprocess.run(["zerka", "--x"], env=e, capture_output=True, timeout=20, cwd=bare_root)
+    assert p.returncode == 0, p.stderr
+    assert os.path.exists(os.path.join(bare_root, "zerka.log"))
+
+
 def test_log_that_cannot_be_opened(bare_root):
     write_cfg(bare_root, 1)
     os.mkdir(os.path.join(bare_root, "zerka.log"))
