@@ -17,6 +17,7 @@
 #include "ui/screen.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -217,8 +218,11 @@ void on_server_down(server_msg *)
 
 void on_server_notice(server_msg *m)
 {
-    if (m->album != 0)
+    // The notice is the server's; whatever system error this program met last has nothing to do with it.
+    if (m->album != 0) {
+        errno = 0;
         error_msg(m->text, 0);
+    }
     else
         popup(m->text, 2);
 }

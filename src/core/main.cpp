@@ -169,6 +169,8 @@ int main(int argc, char **argv)
     std::signal(SIGCHLD, SIG_IGN);
     std::signal(SIGTERM, SIG_IGN);
     std::signal(SIGUSR1, SIG_IGN);
+    // A write to a server that has gone must fail and be reported, not end the program unseen.
+    std::signal(SIGPIPE, SIG_IGN);
     decode_server_mode();
     if (argc < 2) {
         std::fputs("\n\n Please wait.......\n", stderr);

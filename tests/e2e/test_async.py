@@ -419,6 +419,8 @@ def test_server_notice_with_an_album_field_is_an_error_that_waits_for_a_key(fake
     t = started(fake, term)
     fake.push(SERVER_NOTICE, album=1, text=b"Disk is full")
     t.wait_for(" Disk is full ", row=12)
+    # Only the server's text: no leftover system error of this program is added to it.
+    assert t.row(12).strip(" \u2502") == "Disk is full"
     time.sleep(3)
     t.pump()
     assert t.find("Disk is full") is not None
