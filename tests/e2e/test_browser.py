@@ -570,3 +570,16 @@ def test_console_keys_are_passed_on_only_in_the_initial_order(fake, term):
     t.send("s")
     t.settle(0.5)
     assert t.row(0).strip() == "Current Playlist (Undefined Mode); Sorted in Original Order"
+
+
+def test_a_notes_file_that_cannot_be_opened_is_reported(fake, term, root):
+    os.mkdir(os.path.join(root, "Notes.txt"))
+    t = open_console(fake, term, long_library())
+    search(t, "band", heading=HEADING)
+    t.send("j")
+    text = "Cannot open note file - Is a directory"
+    t.wait_for(text, row=12, col=centred_col(" " + text + " ") + 1)
+    t.send(" ")
+    t.wait_gone(text)
+    t.wait_for(HEADING, row=0)
+    wait_rows(t, [line_of(long_library(), i) for i in range(1, 21)])
