@@ -2,6 +2,8 @@
 // file position and to the elapsed-seconds counter the client displays.
 #pragma once
 
+#include "core/keys.hpp"
+
 #include <cstddef>
 
 inline constexpr std::size_t k_block_samples = 88200;   // one second: 44100 frames of 2 channels
@@ -11,13 +13,14 @@ inline constexpr long k_wav_header_bytes = 44;          // the header is taken t
 
 // Key codes the client forwards (curses key values; control with the cursor
 // keys as the input loop gives them whatever the terminal).
-inline constexpr int k_player_esc = 27;
-inline constexpr int k_player_left = 260;
-inline constexpr int k_player_right = 261;
-inline constexpr int k_player_ctrl_left_a = 544;
-inline constexpr int k_player_ctrl_left_b = 545;
-inline constexpr int k_player_ctrl_right_a = 559;
-inline constexpr int k_player_ctrl_right_b = 560;
+inline constexpr int k_player_esc = k_key_esc;
+inline constexpr int k_player_left = k_key_left;
+inline constexpr int k_player_right = k_key_right;
+inline constexpr int k_player_ctrl_left_a = k_key_ctrl_left;
+inline constexpr int k_player_ctrl_left_b = k_key_ctrl_shift_left;
+inline constexpr int k_player_ctrl_right_a = k_key_ctrl_right;
+inline constexpr int k_player_ctrl_right_b = k_key_ctrl_shift_right;
+static_assert(k_player_ctrl_left_a == 544 && k_player_ctrl_right_a == 559, "the values the player is sent");
 
 // True for the keys the player acts on.
 bool player_key(int code);

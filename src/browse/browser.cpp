@@ -8,10 +8,10 @@
 #include "browse/apply.hpp"
 #include "browse/browse_layout.hpp"
 #include "browse/chain.hpp"
-#include "browse/keys.hpp"
 #include "browse/output.hpp"
 #include "browse/search.hpp"
 #include "core/input.hpp"
+#include "core/keys.hpp"
 #include "core/link.hpp"
 #include "db/album.hpp"
 #include "media/loaded_cd.hpp"
@@ -496,8 +496,8 @@ void retrieval_check()
 // The keys a running local player takes.
 bool is_player_key(int key)
 {
-    return key == keys::left || key == keys::right || key == keys::ctrl_left1 || key == keys::ctrl_left2 ||
-           key == keys::ctrl_right1 || key == keys::ctrl_right2;
+    return key == k_key_left || key == k_key_right || key == k_key_ctrl_left || key == k_key_ctrl_shift_left ||
+           key == k_key_ctrl_right || key == k_key_ctrl_shift_right;
 }
 
 // The results of search_svce that end the browser.
@@ -533,12 +533,12 @@ int pass_on(browse_run &b, int key)
         // The loaded CD's list as its service left it: taken again whatever the mode.
         if (exo_head == nullptr)
             return 0;
-        if (r == keys::esc) {
+        if (r == k_key_esc) {
             copy_bounded(heading, b.saved_heading);
             copy_bounded(footer, b.saved_footer);
             return k_escape;
         }
-        if (r == keys::f(9) || r == keys::f(10))
+        if (r == k_key_f(9) || r == k_key_f(10))
             b.mode = k_browse_cd_matches;
         rebuild_keeping(b, exo_head, was, was_ordinal);
         return k_no_result;
@@ -605,57 +605,57 @@ int browser(chain_item **head, int count, int start, browse_callback callback, i
             if (b.mode == k_browse_console)
                 rebuild(b, plist_head);
             break;
-        case keys::down:
+        case k_key_down:
             page_step(b.view, page_move::down);
             break;
-        case keys::up:
+        case k_key_up:
             page_step(b.view, page_move::up);
             break;
-        case keys::home:
+        case k_key_home:
             page_step(b.view, page_move::home);
             break;
-        case keys::end:
+        case k_key_end:
             page_step(b.view, page_move::end);
             break;
-        case keys::page_down:
+        case k_key_page_down:
             page_step(b.view, page_move::page_down);
             break;
-        case keys::page_up:
+        case k_key_page_up:
             page_step(b.view, page_move::page_up);
             break;
-        case keys::f(6):
-        case keys::first_alt1:
-        case keys::first_alt2:
+        case k_key_f(6):
+        case k_key_ctrl_home:
+        case k_key_ctrl_page_up:
             page_step(b.view, page_move::first);
             break;
-        case keys::f(7):
-        case keys::last_alt1:
-        case keys::last_alt2:
+        case k_key_f(7):
+        case k_key_ctrl_end:
+        case k_key_ctrl_page_down:
             page_step(b.view, page_move::last);
             break;
-        case keys::f(1):
+        case k_key_f(1):
             help_screen(nullptr, 0, nullptr);
             if (b.mode == k_browse_console)
                 rebuild(b, plist_head);
             break;
-        case keys::f(2):
+        case k_key_f(2):
             b.find_text[0] = '\0';
             find_next(b);
             break;
-        case keys::f(3):
+        case k_key_f(3):
             find_next(b);
             break;
-        case keys::f(4): {
+        case k_key_f(4): {
             const int form = menu_func(output_menu, 0, "Report Printing Menu", "");
             if (form >= 0 && form <= 2)
                 output(b.shown, form, std::strncmp(heading, "Album", 5) == 0 ? 1 : 0);
             break;
         }
-        case keys::f(5):
+        case k_key_f(5):
             if (!refresh_list(b))
                 return leave(b, -1);
             break;
-        case keys::f(8):
+        case k_key_f(8):
             if (b.mode == k_browse_no_ops) {
                 errno = 0;
                 error_msg("Operations sub-menu not allowed here", 0);
@@ -663,26 +663,26 @@ int browser(chain_item **head, int count, int start, browse_callback callback, i
                 mass_apply(&b.shown, "", static_cast<int>(b.index.size()), 1);
             }
             break;
-        case keys::ctrl_a:
+        case k_key_ctrl_a:
             audio_func(nullptr, -1, nullptr);
             break;
-        case keys::ctrl_h:
+        case k_key_ctrl_h:
             recent_history(nullptr, 0, nullptr);
             break;
-        case keys::ctrl_l:
+        case k_key_ctrl_l:
             play_locally(b);
             break;
-        case keys::ctrl_q:
+        case k_key_ctrl_q:
             retrieval_check();
             redraw = false;
             break;
-        case keys::ctrl_r:
+        case k_key_ctrl_r:
             sort_list(b);
             break;
-        case keys::ctrl_t:
+        case k_key_ctrl_t:
             show_totals(b);
             break;
-        case keys::ctrl_v:
+        case k_key_ctrl_v:
             reverse_list(b);
             break;
         case 'w': {
@@ -694,8 +694,8 @@ int browser(chain_item **head, int count, int start, browse_callback callback, i
         case 'j':
             write_note(b);
             break;
-        case keys::esc:
-            if (forward_to_player(keys::esc)) {
+        case k_key_esc:
+            if (forward_to_player(k_key_esc)) {
                 local_audio_pid = 0;
                 redraw = false;
                 break;

@@ -7,10 +7,10 @@
 #include "browse/browse_layout.hpp"
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
-#include "browse/keys.hpp"
 #include "browse/search_scan.hpp"
 #include "browse/wav_check.hpp"
 #include "core/input.hpp"
+#include "core/keys.hpp"
 #include "core/link.hpp"
 #include "core/signals.hpp"
 #include "core/startup.hpp"
@@ -335,22 +335,22 @@ struct selection_key {
 };
 
 constexpr selection_key selection_keys[] = {
-    {.key = keys::ctrl_s,
+    {.key = k_key_ctrl_s,
      .already = [](char s) { return s == 'S'; },
      .already_text = "Track is already on the shortlist",
      .question = "Add this track to the shortlist?",
      .request = SHORTLIST},
-    {.key = keys::ctrl_d,
+    {.key = k_key_ctrl_d,
      .already = [](char s) { return s != 'S'; },
      .already_text = "Track is not on the shortlist",
      .question = "Remove this track from the shortlist?",
      .request = DONOTPLAY},
-    {.key = keys::ctrl_u,
+    {.key = k_key_ctrl_u,
      .already = [](char s) { return s == 'U'; },
      .already_text = "Track is already on the unplayable list",
      .question = "Are you sure you wish to add this track to the unplayable list?",
      .request = UNPLAYABLE},
-    {.key = keys::ctrl_n,
+    {.key = k_key_ctrl_n,
      .already = [](char s) { return s == 'N'; },
      .already_text = "Track is already set to 'Do not select'",
      .question = "Remove this track from the normal selection?",
@@ -448,9 +448,9 @@ int search_svce(chain_item *current, int key, int mode)
     const int a = current->album_no;
     const int t = current->track_no;
     switch (key) {
-    case keys::enter:
-    case keys::carriage_return:
-    case keys::line_feed:
+    case k_key_enter:
+    case k_key_return:
+    case k_key_linefeed:
     case 'i':
         details(a, t);
         return 0;
@@ -479,10 +479,10 @@ int search_svce(chain_item *current, int key, int mode)
         return 0;
     case 'x':
         return 'x';
-    case keys::ctrl_w:
+    case k_key_ctrl_w:
         check_album(a);
         return 0;
-    case keys::tab:
+    case k_key_tab:
         check_track(a, t);
         return 0;
     default:
@@ -503,8 +503,8 @@ int search_svce(chain_item *current, int key, int mode)
     const char status = rec != nullptr ? rec->status : '-';
     char line[192];
     std::snprintf(line, sizeof line, "%04d/%02d: %s - %s", a, t, current->track->artist, current->track->title);
-    const bool asks = key == 'b' || key == keys::ctrl_s || key == keys::ctrl_d || key == keys::ctrl_u ||
-                      key == keys::ctrl_n || key == keys::ctrl_o;
+    const bool asks = key == 'b' || key == k_key_ctrl_s || key == k_key_ctrl_d || key == k_key_ctrl_u ||
+                      key == k_key_ctrl_n || key == k_key_ctrl_o;
     if (asks) {
         clear();
         frame(stdscr);
@@ -519,13 +519,13 @@ int search_svce(chain_item *current, int key, int mode)
         last_album = a;
         check_duplicate(nullptr, a, nullptr);
         break;
-    case keys::ctrl_s:
-    case keys::ctrl_d:
-    case keys::ctrl_u:
-    case keys::ctrl_n:
+    case k_key_ctrl_s:
+    case k_key_ctrl_d:
+    case k_key_ctrl_u:
+    case k_key_ctrl_n:
         change_selection(*selection_key_of(key), status, a, t);
         break;
-    case keys::ctrl_o:
+    case k_key_ctrl_o:
         if (confirmed("Are you sure you wish to offline this track?")) {
             then = std::time(nullptr);
             playtime = 8;

@@ -1,6 +1,6 @@
 #include "browse/verbatim_edit.hpp"
 
-#include "browse/keys.hpp"
+#include "core/keys.hpp"
 
 #include <cstring>
 
@@ -8,34 +8,34 @@ int verbatim_key(verbatim_line &line, int key)
 {
     const int len = static_cast<int>(std::strlen(line.buf));
     switch (key) {
-    case keys::enter:
-    case keys::carriage_return:
-    case keys::line_feed:
+    case k_key_enter:
+    case k_key_return:
+    case k_key_linefeed:
         return k_verbatim_done;
-    case keys::esc:
+    case k_key_esc:
         return k_verbatim_esc;
-    case keys::left:
+    case k_key_left:
         if (line.pos > 0)
             --line.pos;
         return k_verbatim_more;
-    case keys::right:
+    case k_key_right:
         if (line.pos < len)
             ++line.pos;
         return k_verbatim_more;
-    case keys::home:
+    case k_key_home:
         line.pos = 0;
         return k_verbatim_more;
-    case keys::end:
+    case k_key_end:
         line.pos = len;
         return k_verbatim_more;
-    case keys::backspace:
-    case keys::rubout:
-    case keys::ctrl_h:
+    case k_key_backspace:
+    case k_key_rubout:
+    case k_key_ctrl_h:
         if (line.pos == 0)
             return k_verbatim_more;
         --line.pos;
         [[fallthrough]];
-    case keys::delete_char:
+    case k_key_delete:
         if (line.pos < len)
             std::memmove(line.buf + line.pos, line.buf + line.pos + 1, static_cast<std::size_t>(len - line.pos));
         return k_verbatim_more;

@@ -3,10 +3,10 @@
 
 #include "core/config.hpp"
 #include "core/input.hpp"
+#include "core/keys.hpp"
 #include "core/link.hpp"
 #include "core/startup.hpp"
 #include "proto/msg_types.hpp"
-#include "ui/keys.hpp"
 #include "ui/menu.hpp"
 #include "ui/menu_tables.hpp"
 #include "ui/popup.hpp"

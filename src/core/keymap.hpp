@@ -3,15 +3,7 @@
 // the screens compare, whatever the terminal.
 #pragma once
 
-// The fixed codes.
-inline constexpr int k_key_ctrl_left = 0x220;
-inline constexpr int k_key_ctrl_shift_left = 0x221;
-inline constexpr int k_key_ctrl_right = 0x22F;
-inline constexpr int k_key_ctrl_shift_right = 0x230;
-inline constexpr int k_key_ctrl_home = 0x217;
-inline constexpr int k_key_ctrl_page_up = 0x22B;
-inline constexpr int k_key_ctrl_end = 0x212;
-inline constexpr int k_key_ctrl_page_down = 0x226;
+#include "core/keys.hpp"
 
 // Codes above this are the terminal's own extended keys.
 inline constexpr int k_last_standard_key = 0777;

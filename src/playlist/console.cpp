@@ -9,6 +9,7 @@
 #include "core/access.hpp"
 #include "core/config.hpp"
 #include "core/input.hpp"
+#include "core/keys.hpp"
 #include "core/link.hpp"
 #include "db/album.hpp"
 #include "playlist/history.hpp"
@@ -31,16 +32,6 @@
 #include <vector>
 
 namespace {
-
-// The code a control key sends.
-constexpr int ctrl(char letter) { return letter - 'A' + 1; }
-
-constexpr int k_key_ctrl_d = ctrl('D');
-constexpr int k_key_ctrl_e = ctrl('E');
-constexpr int k_key_ctrl_f = ctrl('F');
-constexpr int k_key_ctrl_g = ctrl('G');
-constexpr int k_key_ctrl_k = ctrl('K');
-constexpr int k_key_ctrl_p = ctrl('P');
 
 constexpr const char *k_console_footer = "move ^up  move ^down  move ^top  ^search/add  album ^list";
 constexpr const char *k_save_as = "Save Current Playlist As:";

@@ -1,6 +1,6 @@
 // One key of the field editor applied to its work buffer.
+#include "core/keys.hpp"
 #include "ui/form.hpp"
-#include "ui/keys.hpp"
 
 #include <cstring>
 

@@ -5,11 +5,11 @@
 #include "audio/player.hpp"
 #include "audio/stream.hpp"
 #include "core/input.hpp"
+#include "core/keys.hpp"
 #include "core/link.hpp"
 #include "proto/text_util.hpp"
 #include "ui/centre.hpp"
 #include "ui/help.hpp"
-#include "ui/keys.hpp"
 #include "ui/menu_layout.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
@@ -132,7 +132,7 @@ int menu_func(const menu_item *table, int first_row, const char *title, const ch
                 current = rows - 1;
                 state = menu_state::leave;
                 break;
-            case k_key_f1:
+            case k_key_f(1):
                 help_screen(nullptr, 0, nullptr);
                 lay_out(m);
                 break;

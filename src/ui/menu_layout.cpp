@@ -1,6 +1,6 @@
 #include "ui/menu_layout.hpp"
 
-#include "ui/keys.hpp"
+#include "core/keys.hpp"
 
 #include <cstring>
 

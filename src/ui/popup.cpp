@@ -2,9 +2,9 @@
 #include "ui/popup.hpp"
 
 #include "core/input.hpp"
+#include "core/keys.hpp"
 #include "proto/text_util.hpp"
 #include "ui/form.hpp"
-#include "ui/keys.hpp"
 #include "ui/screen.hpp"
 
 #include <cerrno>

@@ -1,5 +1,5 @@
+#include "core/keys.hpp"
 #include "ui/form.hpp"
-#include "ui/keys.hpp"
 
 #include <gtest/gtest.h>
 

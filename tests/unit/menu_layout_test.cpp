@@ -1,4 +1,4 @@
-#include "ui/keys.hpp"
+#include "core/keys.hpp"
 #include "ui/menu_layout.hpp"
 
 #include <gtest/gtest.h>

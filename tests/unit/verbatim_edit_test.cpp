@@ -1,5 +1,5 @@
-#include "browse/keys.hpp"
 #include "browse/verbatim_edit.hpp"
+#include "core/keys.hpp"
 
 #include <gtest/gtest.h>
 
@@ -24,33 +24,33 @@ TEST(VerbatimEdit, TypesExactTextWithoutCaseChanges)
     EXPECT_EQ(type(l, {'A', 'b', ' ', 'C'}), k_verbatim_more);
     EXPECT_STREQ(buf, "Ab C");
     EXPECT_EQ(l.pos, 4);
-    EXPECT_EQ(verbatim_key(l, keys::carriage_return), k_verbatim_done);
-    EXPECT_EQ(verbatim_key(l, keys::enter), k_verbatim_done);
-    EXPECT_EQ(verbatim_key(l, keys::line_feed), k_verbatim_done);
-    EXPECT_EQ(verbatim_key(l, keys::esc), k_verbatim_esc);
+    EXPECT_EQ(verbatim_key(l, k_key_return), k_verbatim_done);
+    EXPECT_EQ(verbatim_key(l, k_key_enter), k_verbatim_done);
+    EXPECT_EQ(verbatim_key(l, k_key_linefeed), k_verbatim_done);
+    EXPECT_EQ(verbatim_key(l, k_key_esc), k_verbatim_esc);
 }
 
 TEST(VerbatimEdit, MovesInsertsAndDeletes)
 {
     char buf[12] = {};
     verbatim_line l{.buf = buf, .size = 10};
-    type(l, {'a', 'c', keys::left, 'b'});
+    type(l, {'a', 'c', k_key_left, 'b'});
     EXPECT_STREQ(buf, "abc");
     EXPECT_EQ(l.pos, 2);
-    type(l, {keys::home, keys::left, 'X'});
+    type(l, {k_key_home, k_key_left, 'X'});
     EXPECT_STREQ(buf, "Xabc");
-    type(l, {keys::end, keys::right, 'Y'});
+    type(l, {k_key_end, k_key_right, 'Y'});
     EXPECT_STREQ(buf, "XabcY");
-    type(l, {keys::backspace});
+    type(l, {k_key_backspace});
     EXPECT_STREQ(buf, "Xabc");
-    type(l, {keys::home, keys::delete_char});
+    type(l, {k_key_home, k_key_delete});
     EXPECT_STREQ(buf, "abc");
     EXPECT_EQ(l.pos, 0);
-    type(l, {keys::backspace});   // nothing before position 0
+    type(l, {k_key_backspace});   // nothing before position 0
     EXPECT_STREQ(buf, "abc");
-    type(l, {keys::end, keys::delete_char});   // nothing under the end
+    type(l, {k_key_end, k_key_delete});   // nothing under the end
     EXPECT_STREQ(buf, "abc");
-    type(l, {keys::left, keys::rubout});
+    type(l, {k_key_left, k_key_rubout});
     EXPECT_STREQ(buf, "ac");
 }
 
@@ -60,7 +60,7 @@ TEST(VerbatimEdit, AFullTextNeverGrowsPastItsSize)
     verbatim_line l{.buf = buf, .size = 4};
     type(l, {'a', 'b', 'c', 'd', 'e'});
     EXPECT_STREQ(buf, "abcd");   // at the size no more is added at the end
-    type(l, {keys::home, 'X', 'Y'});
+    type(l, {k_key_home, 'X', 'Y'});
     EXPECT_STREQ(buf, "XYab");   // inserting into a full text drops its last character
     EXPECT_EQ(std::strlen(buf), 4u);
 }
