@@ -193,6 +193,34 @@ std::uint64_t text_prefix(std::string_view s)
     return p;
 }
 
+// Reorders perm by the candidates' prefixes, keeping equal prefixes in the
+// order they had (a least-significant-byte-first radix sort).
+void sort_by_prefix(const std::vector<candidate> &cands, std::vector<std::uint32_t> &perm)
+{
+    struct keyed {
+        std::uint64_t prefix;
+        std::uint32_t index;
+    };
+    std::vector<keyed> items(perm.size());
+    for (std::size_t i = 0; i < perm.size(); ++i)
+        items[i] = {.prefix = cands[perm[i]].prefix, .index = perm[i]};
+    std::vector<keyed> spare(items.size());
+    for (int shift = 0; shift < 64; shift += 8) {
+        std::array<std::size_t, 257> start = {};
+        for (const keyed &k : items)
+            ++start[((k.prefix >> shift) & 0xFF) + 1];
+        if (std::ranges::find(start, items.size()) != start.end())
+            continue;   // every item has the same byte here: this pass would change nothing
+        for (std::size_t b = 1; b < start.size(); ++b)
+            start[b] += start[b - 1];
+        for (const keyed &k : items)
+            spare[start[(k.prefix >> shift) & 0xFF]++] = k;
+        items.swap(spare);
+    }
+    for (std::size_t i = 0; i < perm.size(); ++i)
+        perm[i] = items[i].index;
+}
+
 // Orders the candidates (indices into cands) the way the walk would: by the
 // order's values, ties in arrival order.
 void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::uint32_t> &perm, fold_arena &arena,
@@ -236,14 +264,26 @@ void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::
             }
             c.prefix = text_prefix(arena.view(c.primary, c.primary_len));
         }
-        by([&](const candidate &x, const candidate &y) {
-            if (x.prefix != y.prefix)
-                return x.prefix < y.prefix ? -1 : 1;
-            const int p = arena.view(x.primary, x.primary_len).compare(arena.view(y.primary, y.primary_len));
-            if (p != 0)
-                return p;
-            return arena.view(x.secondary, x.secondary_len).compare(arena.view(y.secondary, y.secondary_len));
-        });
+        // The first eight bytes decide most comparisons: a radix sort on them
+        // (stable, so runs of equal prefixes stay in arrival order), then each
+        // run is sorted on the whole texts.
+        sort_by_prefix(cands, perm);
+        const auto whole_text_less = [&](std::uint32_t a, std::uint32_t b) {
+            const candidate &x = cands[a];
+            const candidate &y = cands[b];
+            int c = arena.view(x.primary, x.primary_len).compare(arena.view(y.primary, y.primary_len));
+            if (c == 0)
+                c = arena.view(x.secondary, x.secondary_len).compare(arena.view(y.secondary, y.secondary_len));
+            return c != 0 ? c < 0 : a < b;
+        };
+        for (std::size_t i = 0; i < perm.size();) {
+            std::size_t j = i + 1;
+            while (j < perm.size() && cands[perm[j]].prefix == cands[perm[i]].prefix)
+                ++j;
+            if (j - i > 1)
+                std::sort(perm.begin() + static_cast<long>(i), perm.begin() + static_cast<long>(j), whole_text_less);
+            i = j;
+        }
         break;
     }
     case k_order_cdid:
