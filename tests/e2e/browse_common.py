@@ -55,6 +55,15 @@ class Library:
         return len(self.albums[album][2])
 
 
+def one_artist_library(artist, count):
+    """`count` tracks by one artist, "Song 0001" on, 99 to an album numbered from 1."""
+    lib = Library()
+    for a, first in enumerate(range(0, count, 99), start=1):
+        last = min(first + 99, count)
+        lib.add(a, artist, "Album %d" % a, [(artist, "Song %04d" % n, "03:00") for n in range(first + 1, last + 1)])
+    return lib
+
+
 def state_char(status="-", online=1):
     if not online:
         return "-"

@@ -2,8 +2,8 @@
 
 import os
 
-from browse_common import (Library, centred_col, lib_line, maintenance_row, open_console, search, to_maintenance,
-                           wait_rows)
+from browse_common import (Library, centred_col, lib_line, maintenance_row, one_artist_library, open_console, search,
+                           to_maintenance, wait_rows)
 from console_helpers import PlaylistServer, start_console
 from fakeserver import (ALBUM_READ, ALBUM_WRITE, DONOTPLAY, FAILED, NO_SELECT, OFFLINE, PLIST_ADD, PLIST_UPDATE,
                         SHORTLIST, reply)
@@ -67,17 +67,8 @@ def test_declining_sends_nothing(fake, term):
 
 def many_library(count):
     """`count` tracks by "Many" (99 to an album) and one more by "Many More" titled "Other"."""
-    lib = Library()
-    n = 0
-    a = 1
-    while n < count:
-        tracks = []
-        while len(tracks) < 99 and n < count:
-            n += 1
-            tracks.append(("Many", "Song %04d" % n, "03:00"))
-        lib.add(a, "Many", "Album %d" % a, tracks)
-        a += 1
-    lib.add(a, "Many More", "Extra", [("Many More", "Other", "03:00")])
+    lib = one_artist_library("Many", count)
+    lib.add(len(lib.albums) + 1, "Many More", "Extra", [("Many More", "Other", "03:00")])
     return lib
 
 

@@ -6,8 +6,8 @@ import os
 import re
 import time
 
-from browse_common import (Library, centred_col, ctrl, lib_line, list_line, open_console, rows, search, wait_current,
-                           wait_position, wait_rows)
+from browse_common import (Library, centred_col, ctrl, lib_line, list_line, one_artist_library, open_console, rows,
+                           search, wait_current, wait_position, wait_rows)
 from conftest import write_cfg
 from fakeserver import ALBUM_READ, FAILED, PLIST_ADD_LOCAL, REFRESH, reply
 
@@ -471,21 +471,6 @@ def test_f3_with_an_empty_find_text_finds_nothing(fake, term):
     assert_page(t, lib, 1, 2)
 
 
-def long_list_library(count):
-    """`count` tracks by "Lots", 99 to an album."""
-    lib = Library()
-    n = 0
-    a = 1
-    while n < count:
-        tracks = []
-        while len(tracks) < 99 and n < count:
-            n += 1
-            tracks.append(("Lots", "Song %04d" % n, "03:00"))
-        lib.add(a, "Lots", "Album %d" % a, tracks)
-        a += 1
-    return lib
-
-
 def counts_shown(raw, start):
     """The values the field at row 12, column 46 took, in turn, while "Please Wait...." was shown
     and raw[start:] was written."""
@@ -506,7 +491,7 @@ def counts_shown(raw, start):
 
 
 def test_a_long_list_shows_a_running_count_while_it_is_rebuilt(fake, term):
-    lib = long_list_library(1001)
+    lib = one_artist_library("Lots", 1001)
     t = open_console(fake, term, lib)
     search(t, "lots", heading='Artists containing "lots"')
     wait_position(t, "   1 of 1001")
