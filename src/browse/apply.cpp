@@ -3,6 +3,7 @@
 #include "browse/apply.hpp"
 
 #include "browse/chain.hpp"
+#include "browse/list_menus.hpp"
 #include "browse/plist_line.hpp"
 #include "browse/verbatim_edit.hpp"
 #include "core/input.hpp"
@@ -16,7 +17,6 @@
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
 #include "ui/menu.hpp"
-#include "ui/menu_tables.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 

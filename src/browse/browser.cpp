@@ -8,6 +8,7 @@
 #include "browse/apply.hpp"
 #include "browse/browse_layout.hpp"
 #include "browse/chain.hpp"
+#include "browse/list_menus.hpp"
 #include "browse/output.hpp"
 #include "browse/search.hpp"
 #include "core/input.hpp"
@@ -22,8 +23,8 @@
 #include "proto/text_util.hpp"
 #include "ui/form.hpp"
 #include "ui/help.hpp"
+#include "ui/load_screen.hpp"
 #include "ui/menu.hpp"
-#include "ui/menu_tables.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 

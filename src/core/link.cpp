@@ -1,12 +1,11 @@
 #include "core/link.hpp"
 
-#include "browse/chain.hpp"
 #include "core/config.hpp"
+#include "core/hooks.hpp"
 #include "core/input.hpp"
 #include "core/log.hpp"
 #include "core/process.hpp"
 #include "proto/msg_types.hpp"
-#include "ui/popup.hpp"
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -129,7 +128,8 @@ void send_msg(server_msg *msg)
     msg->text[k_text_max] = '\0';
     msg->length = static_cast<std::uint32_t>(std::strlen(msg->text));
     if (!write_msg(*msg)) {
-        error_msg("send_msg failed", errno);
+        if (loop_hooks.error != nullptr)
+            loop_hooks.error("send_msg failed", errno);
         return;
     }
     get_input(msg, 0);
@@ -182,12 +182,4 @@ void pr_msg(int tag, const server_msg *msg)
     std::fputs(stamp, logfile);
     std::fputs(line, logfile);
     std::fflush(logfile);
-}
-
-void pr_chain(const char *label, const chain_item *chain)
-{
-    zerkalog("%s: chain=%8.8X", label, static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(chain)));
-    int index = 0;
-    for (const chain_item *c = chain; c != nullptr; c = c->next)
-        zerkalog("%02d: %04d/%02d", index++, c->album_no, c->track_no);
 }

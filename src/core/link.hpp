@@ -8,8 +8,6 @@
 #include <cstddef>
 #include <ctime>
 
-struct chain_item;
-
 extern int master_sock;    // connection to the master server
 extern int cd_srv_sock;    // connection to the local (CD-drive) server; master_sock when there is none
 extern long master_sequ;   // next sequence number on master_sock
@@ -36,9 +34,8 @@ void format_server_time(char (&out)[64], std::time_t t);
 // false, leaving t alone, when the text holds no such number.
 bool parse_server_time(const char *text, std::time_t &t);
 
-// Tracing aids: log one message, or the elements of a browser list.
+// Tracing aid: logs one message (pr_chain in browse/chain.hpp logs a list).
 void pr_msg(int tag, const server_msg *msg);
-void pr_chain(const char *label, const chain_item *chain);
 
 // The text of a message trace line (without the time stamp); false for a
 // message that is never traced (ALBUM_READ).

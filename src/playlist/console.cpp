@@ -6,7 +6,6 @@
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "browse/search.hpp"
-#include "core/access.hpp"
 #include "core/config.hpp"
 #include "core/input.hpp"
 #include "core/keys.hpp"
@@ -19,7 +18,9 @@
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "ui/load_screen.hpp"
 #include "ui/menu.hpp"
+#include "ui/password.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 

@@ -2,6 +2,8 @@
 //
 // To add a row: write the handler `on_foo(server_msg *)` below, then add it to
 // async_handlers (kept sorted by type).
+#include "app/async.hpp"
+
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "core/input.hpp"
