@@ -29,15 +29,7 @@ bool confirmed(int column, const char *question)
 // ends the program; a refusal is shown and returns -1.
 int send_request(std::int64_t type, int socket)
 {
-    static server_msg msg;
-    msg.socket = socket;
-    msg.type = type;
-    msg.sequence = 0;
-    msg.album = 1;
-    msg.track = 0;
-    set_text(msg, "");
-    send_msg(&msg);
-    if (msg.album != 0) {
+    if (request(socket, type, 1, 0).album != 0) {
         popup("Program will now close", 2);
         closedown(0);
     }

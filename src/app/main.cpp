@@ -96,28 +96,6 @@ void decode_server_mode()
     }
 }
 
-// Greets each server with CLIENT_OPEN. The second greeting reuses the record as
-// the first reply left it (type, album and track included), deliberately.
-void greet_servers()
-{
-    static server_msg greeting;
-    greeting.type = CLIENT_OPEN;
-    greeting.sequence = 0;
-    greeting.album = 1;
-    greeting.track = 0;
-    set_text(greeting, "");
-    greeting.socket = master_sock;
-    master_sequ = 0;
-    send_msg(&greeting);
-    if (local_server == 1) {
-        cd_srv_sequ = 0;
-        set_text(greeting, "");
-        greeting.socket = cd_srv_sock;
-        send_msg(&greeting);
-        cd_srv_sequ = greeting.sequence;
-    }
-}
-
 void init_screen()
 {
     initscr();
