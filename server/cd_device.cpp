@@ -8,6 +8,8 @@
 #include <cdio/paranoia/paranoia.h>
 
 #include <cerrno>
+#include <chrono>
+#include <thread>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
@@ -115,7 +117,8 @@ bool drive_read_toc(const std::string &path, disc_toc &toc, std::string &error)
 }
 
 rip_result drive_rip_track(const std::string &path, std::uint32_t expected_id, int track, const std::string &out_path,
-                           const rip_progress &progress, void (*on_read_error)(long sector), std::string &error)
+                           int speed, const rip_progress &progress, void (*on_read_error)(long sector),
+                           std::string &error)
 {
     cdio_handle p = open_drive(path, error);
     disc_toc toc;
@@ -148,6 +151,9 @@ rip_result drive_rip_track(const std::string &path, std::uint32_t expected_id, i
         error = "the drive cannot read audio from this disc";
         return rip_result::no_disc;
     }
+    const bool image = drive_is_image(path);
+    if (speed > 0 && !image)
+        cdio_cddap_speed_set(d, speed);
     const lsn_t first = cdio_cddap_track_firstsector(d, static_cast<track_t>(track));
     const lsn_t last = cdio_cddap_track_lastsector(d, static_cast<track_t>(track));
     if (first < 0 || last < first) {
@@ -185,7 +191,10 @@ rip_result drive_rip_track(const std::string &path, std::uint32_t expected_id, i
     g_on_read_error = on_read_error;
     g_hard_errors = 0;
     std::uint64_t sum = 0xcbf29ce484222325ULL;
+    const auto started = std::chrono::steady_clock::now();
     for (std::int64_t i = 0; i < sectors; ++i) {
+        if (speed > 0 && image)
+            std::this_thread::sleep_until(started + std::chrono::microseconds(i * 1'000'000 / (k_sectors_per_second * speed)));
         const int16_t *buf = cdio_paranoia_read_limited(par, paranoia_callback, 5);
         if (buf == nullptr) {
             error = "read failed at sector " + std::to_string(first + i);

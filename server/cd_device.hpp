@@ -31,8 +31,11 @@ enum class rip_result { ok, no_disc, wrong_disc, no_track, read_error, write_err
 // has to skip a sector, or reports more hard errors than it can correct) end
 // the rip at once through `on_read_error`, which must not return (the helper
 // process exits). False with a reason otherwise.
+// `speed` (0: as fast as it goes) is the read speed in multiples of playing
+// speed: a device is set to it, an image is read no faster.
 rip_result drive_rip_track(const std::string &path, std::uint32_t expected_id, int track, const std::string &out_path,
-                           const rip_progress &progress, void (*on_read_error)(long sector), std::string &error);
+                           int speed, const rip_progress &progress, void (*on_read_error)(long sector),
+                           std::string &error);
 
 // Ejects the disc of a device. False with a reason.
 bool drive_eject(const std::string &path, std::string &error);

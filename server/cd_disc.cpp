@@ -96,11 +96,12 @@ std::string toc_problem(const disc_toc &toc)
     if (toc.tracks.front().number != 1)
         return "the first track is not track 1";
     const int audio = toc_audio_tracks(toc);
-    if (audio == 0)
-        return "no audio tracks (a data disc)";
     for (std::size_t i = static_cast<std::size_t>(audio); i < toc.tracks.size(); ++i)
         if (toc.tracks[i].audio)
-            return "a data track (track " + std::to_string(toc.tracks[audio].number) + ") before audio tracks";
+            return "a data track (track " + std::to_string(toc.tracks[static_cast<std::size_t>(audio)].number) +
+                   ") before audio tracks";
+    if (audio == 0)
+        return "no audio tracks (a data disc)";
     std::int64_t sectors = 0;
     for (int i = 0; i < audio; ++i)
         sectors += toc_track_sectors(toc, static_cast<std::size_t>(i));

@@ -179,7 +179,7 @@ bool start_helper(cd_drive &d, child_proc &c, std::vector<std::string> args, std
     return true;
 }
 
-// Takes a helper's lines: log lines go to the log; "error" gives the reason; others are kept in `rest`.
+// Takes a helper's lines: log lines go to the log; "error" gives the reason; others but "done" are kept in `rest`.
 void take_lines(child_proc &c, std::string &error, std::string &rest)
 {
     std::string line;
@@ -188,7 +188,7 @@ void take_lines(child_proc &c, std::string &error, std::string &rest)
             slog("Drive: %s", line.c_str() + 4);
         else if (line.rfind("error ", 0) == 0)
             error = line.substr(6);
-        else
+        else if (line != "done")
             rest += line + "\n";
     }
 }
@@ -515,7 +515,7 @@ void start_rip(server_state &st, std::int64_t now_ns, outbox &out)
     d.rip_tenths = 0;
     char id[16];
     std::snprintf(id, sizeof id, "%8.8x", d.disc->id);
-    if (!start_helper(d, d.rip, {"rip", d.opt.drive, id, std::to_string(job.track), d.rip_temp}, now_ns))
+    if (!start_helper(d, d.rip, {"rip", d.opt.drive, id, std::to_string(job.track), d.rip_temp, std::to_string(d.opt.speed)}, now_ns))
         rip_over(st, ret_outcome::failed, now_ns, out);
 }
 

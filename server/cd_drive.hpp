@@ -28,6 +28,7 @@ struct cd_options {
     bool simulate = false;                  // backups: cdrdao's simulation, or an image without a writer
     std::string cdrdao = "/usr/bin/cdrdao"; // the cdrdao program
     std::string helper;                     // this program, run as the drive helper
+    int speed = 0;                          // read speed (multiples of playing speed; 0: the fastest)
     int image_poll_ms = 200;                // how often an image's files are looked at
     int device_poll_ms = 2000;              // how often a device is asked for its disc
     int stall_seconds = 120;                // a helper silent this long is ended (a stuck drive)

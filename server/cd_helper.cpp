@@ -72,16 +72,18 @@ int identify(const std::string &drive)
     return 0;
 }
 
-int rip(const std::string &drive, std::string_view id_hex, std::string_view track_text, const std::string &out)
+int rip(const std::string &drive, std::string_view id_hex, std::string_view track_text, const std::string &out,
+        std::string_view speed_text)
 {
     std::uint32_t id = 0;
     int track = 0;
-    if (!number(id_hex, id, 16) || !number(track_text, track))
+    int speed = 0;
+    if (!number(id_hex, id, 16) || !number(track_text, track) || !number(speed_text, speed))
         return fail("bad rip arguments");
     int last_percent = -1;
     std::string error;
     const rip_result r = drive_rip_track(
-        drive, id, track, out,
+        drive, id, track, out, speed,
         [&](std::int64_t done, std::int64_t total) {
             const int percent = static_cast<int>(done * 100 / total);
             if (percent != last_percent) {
@@ -184,8 +186,8 @@ int cd_helper_main(int argc, char **argv)
     std::string error;
     if (verb == "identify" && argc == 2)
         return identify(argv[1]);
-    if (verb == "rip" && argc == 5)
-        return rip(argv[1], argv[2], argv[3], argv[4]);
+    if (verb == "rip" && argc == 6)
+        return rip(argv[1], argv[2], argv[3], argv[4], argv[5]);
     if (verb == "eject" && argc == 2) {
         if (!drive_eject(argv[1], error))
             return fail(error);

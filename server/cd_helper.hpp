@@ -5,7 +5,7 @@
 // "done") and ends with status 0 on success.
 //
 //   identify DRIVE                      the table of contents ("track N LBA AUDIO" lines, "leadout N")
-//   rip DRIVE DISCID TRACK FILE         one track into FILE, when the disc's identifier is DISCID (hex)
+//   rip DRIVE DISCID TRACK FILE SPEED   one track into FILE, when the disc's identifier is DISCID (hex)
 //   eject DRIVE                         ejects a device
 //   master-read HOST:PORT ALBUM         the album's text as the master has it
 //   master-online HOST:PORT ALBUM TRACK marks a track on line at the master

@@ -2,7 +2,7 @@
 //
 //   zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE] [--stall-limit S]
 //               [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR] [--cd-simulate]
-//                [--cdrdao PATH]]
+//                [--cdrdao PATH] [--cd-speed N]]
 //   zerkaserver --make-demo DIR
 //   zerkaserver --cd-helper VERB ...     (the drive helper the server starts itself)
 #include "server/cd_drive.hpp"
@@ -31,7 +31,7 @@ constexpr const char *k_usage =
     "Usage: zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE]\n"
     "                   [--stall-limit SECONDS]\n"
     "                   [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR]\n"
-    "                    [--cd-simulate] [--cdrdao PATH]]\n"
+    "                    [--cd-simulate] [--cdrdao PATH] [--cd-speed N]]\n"
     "       zerkaserver --make-demo DIR\n"
     "\n"
     "  --root DIR       the server's root: Media, PlayLists, History and the database zerka.db\n"
@@ -51,7 +51,9 @@ constexpr const char *k_usage =
     "  --master-root D  the master's root as seen from here: retrieved tracks go into D/Media\n"
     "  --cd-simulate    backups: cdrdao's simulation on a writer; with an image or without cdrdao,\n"
     "                   the disc image it would burn, written to ROOT/Backup/NNNN.cue and .bin\n"
-    "  --cdrdao PATH    the cdrdao program (default /usr/bin/cdrdao)\n";
+    "  --cdrdao PATH    the cdrdao program (default /usr/bin/cdrdao)\n"
+    "  --cd-speed N     read speed, N times playing speed (default: the drive's fastest); an image\n"
+    "                   is read no faster than a drive at that speed would read it\n";
 
 // Whether a path is a folder.
 bool is_dir(const std::string &path)
@@ -126,6 +128,13 @@ int main(int argc, char **argv)
             cd.master_root = v;
         } else if (a == "--cdrdao") {
             cd.cdrdao = v;
+        } else if (a == "--cd-speed") {
+            const long speed = lenient_atol(v);
+            if (speed < 1 || speed > 64 || v.find_first_not_of("0123456789") != std::string_view::npos) {
+                std::fprintf(stderr, "zerkaserver: bad CD speed \"%s\" (1..64)\n", argv[i]);
+                return 2;
+            }
+            cd.speed = static_cast<int>(speed);
         } else {
             std::fprintf(stderr, "zerkaserver: unknown option %s\n%s", argv[i - 1], k_usage);
             return 2;
