@@ -4,10 +4,12 @@
 //               [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR] [--cd-simulate]
 //                [--cdrdao PATH] [--cd-speed N]]
 //   zerkaserver --make-demo DIR
+//   zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT
 //   zerkaserver --cd-helper VERB ...     (the drive helper the server starts itself)
 #include "server/cd_drive.hpp"
 #include "server/cd_helper.hpp"
 #include "server/demo.hpp"
+#include "server/demo_disc.hpp"
 #include "server/log.hpp"
 #include "server/net.hpp"
 #include "server/state.hpp"
@@ -33,6 +35,7 @@ constexpr const char *k_usage =
     "                   [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR]\n"
     "                    [--cd-simulate] [--cdrdao PATH] [--cd-speed N]]\n"
     "       zerkaserver --make-demo DIR\n"
+    "       zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT\n"
     "\n"
     "  --root DIR       the server's root: Media, PlayLists, History and the database zerka.db\n"
     "  --listen ADDR    address to listen on (default 127.0.0.1)\n"
@@ -41,6 +44,8 @@ constexpr const char *k_usage =
     "  --log FILE       append the log to FILE (default: standard error)\n"
     "  --stall-limit S  close a connection whose message stops half-way for S seconds (default 30)\n"
     "  --make-demo DIR  write a demo root with invented albums and synthesised media\n"
+    "  --make-demo-disc the demo's CD: an image in DISC_DIR (drive.cue, drive.bin) and its freedb entry,\n"
+    "                   its album in both roots' databases with some tracks off line\n"
     "\n"
     "The CD drive (a server with a drive announces discs and retrieves and backs up tracks):\n"
     "  --cd-drive PATH  a CD device (/dev/sr0) or a disc image NAME.cue (with NAME.bin beside it);\n"
@@ -68,6 +73,14 @@ int main(int argc, char **argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == "--cd-helper")
         return cd_helper_main(argc - 2, argv + 2);
+    if (argc == 5 && std::string_view(argv[1]) == "--make-demo-disc") {
+        std::string error;
+        if (!make_demo_disc(argv[2], argv[3], argv[4], error)) {
+            std::fprintf(stderr, "zerkaserver: cannot make the demo disc: %s\n", error.c_str());
+            return 1;
+        }
+        return 0;
+    }
     cd_options cd;
     std::string root;
     std::string demo;

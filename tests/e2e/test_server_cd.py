@@ -632,3 +632,48 @@ def test_matches_of_an_earlier_disc_do_not_stay(drive):
     _, view = drive.answer_cd_waiting()
     assert view.track == 1000
     assert not [f for f in os.listdir(os.path.join(drive.local.root, "Local")) if f.startswith("freedbfile")]
+
+
+# ----- the demo's disc ----------------------------------------------------------------------------------
+
+def test_the_demo_disc_brings_its_off_line_tracks_on_line():
+    """The demo's CD, as scripts/demo.sh sets it up: known to the local server, three tracks to bring on line."""
+    from realserver import ZERKASERVER, make_demo_root
+    import subprocess
+    master_root = make_demo_root()
+    folder = tempfile.mkdtemp(prefix="zkd", dir="/tmp")
+    disc_dir, local_root = os.path.join(folder, "disc"), os.path.join(folder, "local")
+    out = subprocess.run([ZERKASERVER, "--make-demo-disc", disc_dir, master_root, local_root],
+                         capture_output=True, text=True, timeout=60)
+    assert out.returncode == 0, out.stderr
+    assert "(album 0014, Wren Adeyemi & the Lamplighters - Night Trains and Nocturnes)" in out.stdout
+    master = RealServer(root=master_root)
+    cue = os.path.join(local_root, "drive", "drive.cue")
+    local = RealServer(root=local_root, port=master.port,
+                       args=["--listen", "127.0.0.2", "--cd-drive", cue, "--freedb", os.path.join(disc_dir, "freedb"),
+                             "--cd-simulate", "--master", "127.0.0.1:%d" % master.port, "--master-root", master_root])
+    try:
+        m, l = master.client(), local.client()
+        entries = entries_of(m.request(ALBUM_READ, album=14).str)
+        assert [e[2][3] for e in entries[1:]] == ["1", "1", "0", "0", "0"]
+        ident = entries[0][2][4]
+        for name in ("drive.bin", "drive.cue"):
+            shutil.copy(os.path.join(disc_dir, name), os.path.join(local_root, "drive", name))
+        q = l.wait_notice(CD_WAITING, timeout=20)
+        assert q.album == 14
+        l.request(CD_WAITING, album=q.album, track=q.track)
+        view = l.wait_notice(KNOWN_CD, timeout=10)
+        assert (view.album, view.track, view.str) == (14, 1, ident)
+        for t in (3, 4, 5):
+            l.request(RET_TRACK, album=14, track=t)
+        assert l.wait_notice(RET_FINAL, timeout=60).album == 14
+        assert [e[2][3] for e in entries_of(m.request(ALBUM_READ, album=14).str)[1:]] == ["1"] * 5
+        for t in range(1, 6):
+            assert os.path.getsize(os.path.join(master_root, "Media", "0014_%02d.wav" % t)) == \
+                44 + 176400 * int(entries[t][2][0].split(":")[1])
+        m.close()
+        l.close()
+    finally:
+        local.stop()
+        master.stop()
+        shutil.rmtree(folder, ignore_errors=True)
