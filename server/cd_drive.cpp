@@ -101,6 +101,7 @@ struct cd_drive {
     bool changing = false;          // candidate holds a change not yet settled
     bool ejected = false;           // an image ejected by request: no disc until its files change
     bool device_present = false;    // a device reported a disc
+    bool device_unreadable = false; // a device could not be opened (logged once)
     std::int64_t next_poll_ns = 0;
     disc_phase phase = disc_phase::none;
     std::optional<disc_record> disc;
@@ -382,8 +383,13 @@ void poll_media(server_state &st, std::int64_t now_ns, outbox &out)
     if (child_running(d.rip) || child_running(d.write) || child_running(d.identify) || child_running(d.eject))
         return;
     const int fd = ::open(d.opt.drive.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
+    if (fd < 0) {
+        if (!d.device_unreadable)
+            slog("CD drive %s cannot be opened - %s", d.opt.drive.c_str(), std::strerror(errno));
+        d.device_unreadable = true;
         return;
+    }
+    d.device_unreadable = false;
     const int status = ::ioctl(fd, CDROM_DRIVE_STATUS, CDSL_CURRENT);
     const int changed = ::ioctl(fd, CDROM_MEDIA_CHANGED, CDSL_CURRENT);
     ::close(fd);
@@ -761,8 +767,14 @@ bool cd_drive_open(server_state &st, const cd_options &opt, std::string &error)
     auto *d = new cd_drive;
     d->opt = opt;
     d->image = drive_is_image(opt.drive);
-    if (d->image)
+    if (d->image) {
         d->bin_path = opt.drive.substr(0, opt.drive.size() - 4) + ".bin";
+        const std::size_t slash = opt.drive.rfind('/');
+        const std::string folder = slash == std::string::npos ? "." : opt.drive.substr(0, slash + (slash == 0 ? 1 : 0));
+        struct stat fs {};
+        if (stat(folder.c_str(), &fs) != 0 || !S_ISDIR(fs.st_mode))
+            slog("CD drive %s: the folder %s is not there (yet): no disc can be put in", opt.drive.c_str(), folder.c_str());
+    }
     d->local_dir = st.paths.root + "/Local";
     d->backup_dir = st.paths.root + "/Backup";
     d->media_dir = opt.master.empty() ? st.paths.media : opt.master_root + "/Media";
