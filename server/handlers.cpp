@@ -56,14 +56,14 @@ bool load_for_change(const request_ctx &c, std::string_view name, bool create, p
     return plist_load(path_of(c, name), p) || create || name == k_current_plist;
 }
 
-// Saves a changed playlist and tells the other clients; false when it cannot be written.
+// Saves a changed playlist and tells every client it concerns; false when it cannot be written.
 bool save_and_announce(request_ctx &c, std::string_view name, const playlist &p)
 {
     if (!plist_save(path_of(c, name), p)) {
         slog("Cannot write playlist %s - %s", path_of(c, name).c_str(), std::strerror(errno));
         return false;
     }
-    post_plist_update(c.out, name, p, target::others);
+    post_plist_update(c.out, name, p);
     if (name == k_current_plist)
         player_kick(c.st, c.now_ns, c.out);
     return true;
@@ -439,7 +439,8 @@ void h_delete(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
-// PLIST_UPDATE from a client: the playlist's state relayed to the others.
+// PLIST_UPDATE from a client: the playlist's state relayed to every client it
+// concerns, the requester too, so that the screen that made the change shows it.
 void h_plist_update(request_ctx &c)
 {
     const std::string_view name = plist_name(c.req);
@@ -448,7 +449,7 @@ void h_plist_update(request_ctx &c)
         return;
     }
     reply(c, ok_album(c.req), 0, plist_file_transfer_text(c.st, name));
-    post_plist_update(c.st, c.out, name, target::others);
+    post_plist_update(c.st, c.out, name);
 }
 
 // ---- playing ------------------------------------------------------------------------------
@@ -670,6 +671,18 @@ constexpr handler_entry handlers[] = {
 };
 static_assert(std::ranges::is_sorted(handlers, {}, &handler_entry::code));
 
+// Puts the reply to a request before the notices the request caused, so that
+// the requester takes its reply first and every notice after it, whatever
+// order the handler posted them in.
+void reply_first(outbox &out, std::size_t first)
+{
+    auto &items = out.items;
+    const auto from = items.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto found = std::find_if(from, items.end(), [](const out_msg &m) { return m.to == target::requester; });
+    if (found != items.end())
+        std::rotate(from, found, found + 1);
+}
+
 }   // namespace
 
 void reply(request_ctx &c, std::int64_t album, std::int64_t track, std::string_view text)
@@ -686,7 +699,9 @@ void handle_request(server_state &st, session &self, const request &req, std::in
         reply(c, k_refused);
         return;
     }
+    const std::size_t first = out.items.size();
     it->fn(c);
+    reply_first(out, first);
 }
 
 void session_closed(server_state &st, session &self, outbox &out)

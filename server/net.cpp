@@ -272,7 +272,7 @@ void server::deliver(const outbox &out, connection *requester)
             switch (m.to) {
             case target::all: wanted = !audio; break;
             case target::others: wanted = !audio && c.get() != requester; break;
-            case target::viewers: wanted = !audio && c.get() != requester && c->s.viewing == m.plist; break;
+            case target::viewers: wanted = !audio && c->s.viewing == m.plist; break;
             case target::audio: wanted = audio; break;
             case target::session: wanted = c->s.id == m.session; break;
             case target::requester: break;

@@ -22,18 +22,18 @@ std::string plist_file_transfer_text(const server_state &st, std::string_view na
     return plist_transfer_text(p);
 }
 
-void post_plist_update(const server_state &st, outbox &out, std::string_view name, target to)
+void post_plist_update(const server_state &st, outbox &out, std::string_view name)
 {
     playlist p;
     plist_load(plist_path(st.paths.playlists, name), p);
-    post_plist_update(out, name, p, to);
+    post_plist_update(out, name, p);
 }
 
-void post_plist_update(outbox &out, std::string_view name, const playlist &p, target to)
+void post_plist_update(outbox &out, std::string_view name, const playlist &p)
 {
     const std::string text = plist_transfer_text(p);
     if (name == k_current_plist)
-        post(out, to, make_frame(PLIST_UPDATE, k_notice_sequence, 1, 0, text));
+        post(out, target::all, make_frame(PLIST_UPDATE, k_notice_sequence, 1, 0, text));
     else
         post(out, target::viewers, make_frame(PLIST_UPDATE, k_offline_notice_sequence, 1, 0, text), std::string(name));
 }

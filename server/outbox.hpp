@@ -25,7 +25,7 @@ enum class target {
     requester,   // the connection that sent the request
     all,         // every client connection (not audio streams)
     others,      // every client connection except the requester
-    viewers,     // client connections showing the offline playlist `plist`, except the requester
+    viewers,     // client connections showing the offline playlist `plist`, the requester included
     audio,       // every audio stream
     session,     // the connection with the session id `session` (a reply given later)
 };

@@ -117,7 +117,7 @@ void next_track(server_state &st, std::int64_t now_ns, outbox &out)
                 p.running = false;
                 break;
             }
-            post_plist_update(out, k_current_plist, queue, target::all);
+            post_plist_update(out, k_current_plist, queue);
             if (queue_playable(st, e) && start_track(st, e.album, e.track, now_ns, out))
                 return;
             slog("Skipping %04d/%02d of the current playlist: not playable", e.album, e.track);

@@ -275,3 +275,67 @@ def test_skip_with_nothing_playing_fails_and_after_go_it_counts_down(server, ter
     t.send("y")
     t.wait_for("00:0", row=23, col=74)
     assert int(t.at(23, 77, 2)) <= 8
+
+
+# ----- the console shows what this program adds ---------------------------------------------
+
+def search_artist(t, artist):
+    """s on the console, then a search for an artist; waits for the results."""
+    t.send("s")
+    t.wait_for("Artist: ", row=10, col=12)
+    t.send(artist + "\r")
+    t.wait_for("Title:  ", row=12, col=12)
+    t.send("\r")
+    t.wait_for('Artists containing "%s"' % artist, row=0)
+    t.settle(0.3)
+
+
+def back_to_console(t):
+    """Esc from the search results, then Esc at the search prompt."""
+    t.send(KEY.ESC)
+    t.wait_for("Artist: ", row=10, col=12)
+    t.send(KEY.ESC)
+    t.wait_for("Current Playlist (", row=0)
+
+
+def test_tracks_added_from_the_consoles_search_show_when_the_search_ends(server, term):
+    t = start(server, term)
+    search_artist(t, "Marigold")
+    for _ in range(3):
+        t.send("a")
+        t.wait_for("Added to Current Playlist", row=12)
+        t.wait_gone("Added to Current Playlist")
+        t.send(KEY.DOWN)
+    back_to_console(t)
+    added = current(server)
+    assert len(set(added)) == 3
+    wait_list(t, server, added)
+
+
+def test_tracks_added_by_mass_apply_show_on_the_console(server, term):
+    t = start(server, term)
+    search_artist(t, "Juniper")
+    t.send(KEY.F8)
+    t.wait_for("Apply operations to whole browser list", row=0)
+    t.settle(0.2)
+    t.send("\r")   # "Add all tracks to the current playlist"
+    t.wait_for("Are you sure?", row=12, col=30)
+    t.send("y")
+    t.wait_for('Artists containing "Juniper"', row=0)
+    back_to_console(t)
+    added = current(server)
+    assert sorted(added) == [(3, n) for n in range(1, 6)] + [(13, 3)]   # and a compilation's track
+    wait_list(t, server, added)
+
+
+def test_a_command_line_add_shows_on_a_running_console(server, term):
+    t = start(server, term)
+    add(server, [(2, 1)])
+    wait_list(t, server, [(2, 1)])
+    import subprocess
+    from conftest import ZERKA
+    out = subprocess.run([ZERKA, "--playlist-add", "5/3"], env=dict(os.environ, ZERKA=server.root),
+                         capture_output=True, timeout=30)
+    assert out.returncode == 0, out.stderr
+    assert out.stdout.decode("latin-1").endswith(":  Added to Playlist\n")
+    wait_list(t, server, [(2, 1), (5, 3)])

@@ -143,6 +143,31 @@ def test_playlist_changes_reach_the_other_clients(demo):
     assert m.text.endswith(b"0003 01 ")
 
 
+def test_the_sender_of_a_playlist_update_hears_it_after_its_reply(demo):
+    a, b = demo.client(), demo.client()
+    assert a.request(PLIST_ADD, album=6, track=2, text=b"current.lst").album == 6
+    assert a.request(GET_MODE).album != 0xFFFF   # the add's own notice has arrived before this reply
+    assert [(m.type, m.seq, m.text) for m in a.notices] == [(PLIST_UPDATE, 0, b"0006 02 ")]
+    a.notices.clear()
+    # On the wire: the reply first (the request's type and sequence), then the notice with sequence 0.
+    a.send(PLIST_UPDATE, album=6, track=2, text=b"current.lst")
+    reply, notice = a.recv(), a.recv()
+    assert (reply.type, reply.seq) == (PLIST_UPDATE, a.seq)
+    assert (notice.type, notice.seq, notice.text) == (PLIST_UPDATE, 0, b"0006 02 ")
+    assert notice.seq & 0xFF00 != a.seq & 0xFF00   # never taken for the reply to a request
+    assert b.wait_notice(PLIST_UPDATE, pred=lambda m: m.text == b"0006 02 ").seq == 0
+    # An offline playlist's update reaches its viewer with a non-zero sequence, and not a client showing another.
+    assert b.request(PLIST_READ, text=b"party").album != 0
+    a.seq = (a.seq & 0xFF00) | ((a.seq + 1) & 0xFF)
+    a.notices.clear()
+    assert a.request(PLIST_ADD, album=3, track=2, text=b"party").album == 3
+    assert a.request(PLIST_UPDATE, album=3, track=2, text=b"party").album != 0xFFFF
+    assert a.request(GET_MODE).album != 0xFFFF   # every notice of the update has arrived before this reply
+    assert [m for m in a.notices if m.seq != 0] == []
+    m = b.wait_notice(PLIST_UPDATE, pred=lambda m: m.seq == 0x0200)
+    assert m.text.endswith(b"0003 02 ")
+
+
 def test_history_walk(demo):
     c = demo.client()
     entries = []

@@ -153,13 +153,15 @@ TEST_F(Protocol, RefreshTakesTracksWithoutMediaOffLine)
     EXPECT_EQ(notices()[0].to, target::others);
 }
 
-TEST_F(Protocol, PlaylistAddAnnouncesTheCurrentPlaylist)
+TEST_F(Protocol, PlaylistAddAnnouncesTheCurrentPlaylistToEveryClientAfterTheReply)
 {
     add_album(1, simple_album("One", 3));
     const frame_fields r = send(a, PLIST_ADD, 1, 2, "current.lst");
     EXPECT_EQ(r.album, 1);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_EQ(out[0].to, target::requester);   // the reply goes first
     ASSERT_EQ(notices().size(), 1u);
-    EXPECT_EQ(notices()[0].to, target::others);
+    EXPECT_EQ(notices()[0].to, target::all);
     EXPECT_EQ(notices()[0].m.type, PLIST_UPDATE);
     EXPECT_EQ(notices()[0].m.sequence, 0);
     EXPECT_EQ(notices()[0].m.text, "0001 02 ");
@@ -224,6 +226,13 @@ TEST_F(Protocol, OfflinePlaylistsAreOpenedCreatedAndAnnouncedToTheirViewers)
     EXPECT_EQ(notices()[0].plist, "party");
     EXPECT_NE(notices()[0].m.sequence, 0);
     EXPECT_EQ(notices()[0].m.text, "0001 01 ");
+    // The viewer's own change is announced to it too, after its reply.
+    EXPECT_EQ(send(a, PLIST_ADD, 1, 2, "party").album, 1);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_EQ(out[0].to, target::requester);
+    EXPECT_EQ(out[1].to, target::viewers);
+    EXPECT_EQ(out[1].m.sequence, 0x0200);
+    EXPECT_EQ(out[1].m.text, "0001 01 0001 02 ");
     EXPECT_EQ(send(a, PLIST_GET, 1, 0, "current.lst").album, 1);
     EXPECT_EQ(a.viewing, "");
 }
@@ -272,15 +281,52 @@ TEST_F(Protocol, KeepClearAppendAndDelete)
     EXPECT_EQ(send(a, DELETE, 1, 0, "saved").album, 0xFFFF);
 }
 
-TEST_F(Protocol, PlaylistUpdateRequestsAreRelayed)
+TEST_F(Protocol, PlaylistUpdateRequestsAreRelayedToEveryClientTheRequesterLast)
 {
     add_album(2, simple_album("Two", 3));
     send(a, PLIST_ADD, 2, 1, "current.lst");
-    const frame_fields r = send(a, PLIST_UPDATE, 2, 1, "current.lst");
+    const frame_fields r = send(a, PLIST_UPDATE, 2, 1, "current.lst", 0x0142);
     EXPECT_EQ(r.type, PLIST_UPDATE);
+    EXPECT_EQ(r.sequence, 0x0142);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_EQ(out[0].to, target::requester);
     ASSERT_EQ(notices().size(), 1u);
-    EXPECT_EQ(notices()[0].to, target::others);
+    EXPECT_EQ(notices()[0].to, target::all);
+    EXPECT_EQ(notices()[0].m.type, PLIST_UPDATE);
+    // Sequence 0 can never be a reply (requests carry 0x01xx), and a client
+    // showing an offline playlist leaves it alone.
+    EXPECT_EQ(notices()[0].m.sequence, 0);
     EXPECT_EQ(notices()[0].m.text, "0002 01 ");
+}
+
+TEST_F(Protocol, AnOfflinePlaylistUpdateGoesToItsViewersWithANonZeroSequence)
+{
+    add_album(2, simple_album("Two", 3));
+    EXPECT_EQ(send(a, PLIST_READ, 1, 2, "party").album, 1);
+    send(b, PLIST_ADD, 2, 3, "party");
+    const frame_fields r = send(b, PLIST_UPDATE, 2, 3, "party");
+    EXPECT_EQ(r.album, 2);
+    ASSERT_EQ(notices().size(), 1u);
+    EXPECT_EQ(notices()[0].to, target::viewers);
+    EXPECT_EQ(notices()[0].plist, "party");
+    EXPECT_EQ(notices()[0].m.sequence, 0x0200);
+    EXPECT_EQ(notices()[0].m.text, "0002 03 ");
+}
+
+TEST_F(Protocol, TheReplyGoesBeforeTheNoticesOfAChangeThatStartsATrack)
+{
+    add_album(2, simple_album("Two", 3));
+    write_media(st, 2, 1, 3);
+    send(a, CONSOLE);   // only the current playlist plays
+    send(a, GO);
+    ASSERT_FALSE(st.player.current);
+    const frame_fields r = send(a, PLIST_ADD, 2, 1, "current.lst");
+    EXPECT_EQ(r.album, 2);
+    ASSERT_GE(out.size(), 3u);   // the reply, the playlist (taken and emptied), what plays
+    EXPECT_EQ(out[0].to, target::requester);
+    EXPECT_EQ(out[0].m.type, PLIST_ADD);
+    for (std::size_t i = 1; i < out.size(); ++i)
+        EXPECT_NE(out[i].to, target::requester) << i;
 }
 
 TEST_F(Protocol, DirectoryListings)
