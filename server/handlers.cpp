@@ -120,20 +120,39 @@ void h_gettime(request_ctx &c)
     reply(c, ok_album(c.req), 0, text);
 }
 
-// REBOOT and SHUTDOWN: always refused.
-void h_refuse_power(request_ctx &c)
+// REBOOT and SHUTDOWN: accepted only when the server was started with the
+// command to run and no console is logged in elsewhere; the server then stops
+// as for STOP_SERVICE and runs the command.
+void h_power(request_ctx &c)
 {
-    slog("Refused %s from connection %d: this server never powers a machine off",
-         c.req.type == REBOOT ? "REBOOT" : "SHUTDOWN", c.self.id);
-    reply(c, 0);
+    const bool reboot = c.req.type == REBOOT;
+    const std::vector<std::string> &command = reboot ? c.st.power.reboot : c.st.power.poweroff;
+    if (const char *why = power_refusal(c.st, c.self.id, &command)) {
+        slog("Refused %s from connection %d: %s", reboot ? "REBOOT" : "SHUTDOWN", c.self.id, why);
+        reply(c, 0);
+        return;
+    }
+    slog("%s requested by connection %d: %s runs once the server has stopped", reboot ? "Re-boot" : "Power-off",
+         c.self.id, command_text(command).c_str());
+    reply(c, 1);
+    post(c.out, target::others, make_frame(SERVER_DOWN, k_notice_sequence, 1, 0, {}));
+    c.st.after_stop = &command;
+    c.st.stop_requested = true;
 }
 
-// STOP_SERVICE: accepted; everyone is told and the server ends.
+// STOP_SERVICE: accepted unless a console is logged in elsewhere; the other
+// clients are told (the requester knows from its answer, shows it and leaves)
+// and the server ends cleanly once they have left.
 void h_stop_service(request_ctx &c)
 {
+    if (const char *why = power_refusal(c.st, c.self.id, nullptr)) {
+        slog("Refused STOP_SERVICE from connection %d: %s", c.self.id, why);
+        reply(c, 0);
+        return;
+    }
     slog("Service stop requested by connection %d", c.self.id);
     reply(c, 1);
-    post(c.out, target::all, make_frame(SERVER_DOWN, k_notice_sequence, 1, 0, {}));
+    post(c.out, target::others, make_frame(SERVER_DOWN, k_notice_sequence, 1, 0, {}));
     c.st.stop_requested = true;
 }
 
@@ -655,8 +674,8 @@ constexpr handler_entry handlers[] = {
     {.code = AUDIO, .fn = h_audio},
     {.code = WRITE_CD, .fn = cd_write},
     {.code = CLIENT_OPEN, .fn = h_client_open},
-    {.code = REBOOT, .fn = h_refuse_power},
-    {.code = SHUTDOWN, .fn = h_refuse_power},
+    {.code = REBOOT, .fn = h_power},
+    {.code = SHUTDOWN, .fn = h_power},
     {.code = STOP_SERVICE, .fn = h_stop_service},
     {.code = CONSOLE, .fn = h_mode},
     {.code = JUKEBOX, .fn = h_mode},

@@ -1,6 +1,7 @@
 // zerkaserver: the jukebox server.
 //
 //   zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE] [--stall-limit S]
+//               [--reboot-command "PROGRAM ARGS"] [--poweroff-command "PROGRAM ARGS"]
 //               [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR] [--cd-simulate]
 //                [--cdrdao PATH] [--cd-speed N]]
 //   zerkaserver --make-demo DIR
@@ -12,6 +13,7 @@
 #include "server/demo_disc.hpp"
 #include "server/log.hpp"
 #include "server/net.hpp"
+#include "server/power.hpp"
 #include "server/state.hpp"
 
 #include "proto/text_util.hpp"
@@ -24,6 +26,8 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -32,6 +36,7 @@ constexpr int k_default_port = 7117;
 constexpr const char *k_usage =
     "Usage: zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE]\n"
     "                   [--stall-limit SECONDS]\n"
+    "                   [--reboot-command \"PROGRAM ARGS\"] [--poweroff-command \"PROGRAM ARGS\"]\n"
     "                   [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR]\n"
     "                    [--cd-simulate] [--cdrdao PATH] [--cd-speed N]]\n"
     "       zerkaserver --make-demo DIR\n"
@@ -43,6 +48,10 @@ constexpr const char *k_usage =
     "  --output pulse   also play through the local PulseAudio server (default: none)\n"
     "  --log FILE       append the log to FILE (default: standard error)\n"
     "  --stall-limit S  close a connection whose message stops half-way for S seconds (default 30)\n"
+    "  --reboot-command \"PROGRAM ARGS\", --poweroff-command \"PROGRAM ARGS\"\n"
+    "                   what a client's REBOOT or SHUTDOWN runs (words split at blanks, no shell;\n"
+    "                   PROGRAM an absolute path) after the server has stopped cleanly; without\n"
+    "                   them those requests are refused\n"
     "  --make-demo DIR  write a demo root with invented albums and synthesised media\n"
     "  --make-demo-disc the demo's CD: an image in DISC_DIR (drive.cue, drive.bin) and its freedb entry,\n"
     "                   its album in both roots' databases with some tracks off line\n"
@@ -87,6 +96,7 @@ int main(int argc, char **argv)
     std::string log_path;
     net_options opt;
     opt.port = k_default_port;
+    power_commands power;
     for (int i = 1; i < argc; ++i) {
         const std::string_view a = argv[i];
         const bool has_value = i + 1 < argc;
@@ -129,6 +139,18 @@ int main(int argc, char **argv)
                 return 2;
             }
             opt.stall_seconds = static_cast<int>(secs);
+        } else if (a == "--reboot-command" || a == "--poweroff-command") {
+            std::vector<std::string> &command = a == "--reboot-command" ? power.reboot : power.poweroff;
+            std::string error;
+            if (!parse_power_command(v, command, error)) {
+                std::fprintf(stderr, "zerkaserver: %s: %s\n", argv[i - 1], error.c_str());
+                return 2;
+            }
+            if (::access(command[0].c_str(), X_OK) != 0) {
+                std::fprintf(stderr, "zerkaserver: %s: cannot run %s - %s\n", argv[i - 1], command[0].c_str(),
+                             std::strerror(errno));
+                return 2;
+            }
         } else if (a == "--log") {
             log_path = v;
         } else if (a == "--cd-drive") {
@@ -201,5 +223,17 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "zerkaserver: %s\n", error.c_str());
         return 1;
     }
-    return run_server(st, opt);
+    st.power = power;
+    const int status = run_server(st, opt);
+    if (status != 0 || st.after_stop == nullptr)
+        return status;
+    // The database is closed before the machine is touched.
+    st.store.db.reset();
+    slog("Running %s", command_text(*st.after_stop).c_str());
+    const int result = run_power_command(*st.after_stop);
+    if (result != 0) {
+        slog("%s failed (status %d)", st.after_stop->front().c_str(), result);
+        return 1;
+    }
+    return 0;
 }

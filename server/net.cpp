@@ -29,7 +29,7 @@ using asio::ip::tcp;
 using std::chrono::steady_clock;
 
 constexpr auto k_tick = std::chrono::milliseconds(50);          // the player's clock
-constexpr auto k_stop_grace = std::chrono::seconds(2);          // time to deliver the last messages on exit
+constexpr auto k_stop_grace = std::chrono::seconds(5);          // time for the clients to hear of the end and leave
 constexpr std::size_t k_max_backlog = std::size_t{8} << 20;    // bytes a client may fall behind
 constexpr std::size_t k_max_audio_backlog = std::size_t{2} << 20;   // bytes an audio stream may fall behind
 constexpr std::size_t k_read_buffer = 64 * 1024;                // holds a whole message with room to spare
@@ -331,13 +331,20 @@ void server::begin_stop(bool tell_everyone)
     finish_stop();
 }
 
-// Ends the server once everything was sent, or the grace time is over.
+// Ends the server once every client has left, or the grace time is over. A
+// client that hears SERVER_DOWN shows it and closes its connection itself; a
+// connection closed under it while it shows the notice would read as a server
+// lost. Audio streams are closed once they have everything.
 void server::finish_stop()
 {
-    bool drained = true;
-    for (const auto &[id, c] : conns)
-        drained = drained && c->outq.empty();
-    if (drained || steady_clock::now() >= stop_deadline) {
+    bool waiting = false;
+    for (const auto &c : snapshot()) {
+        if (c->s.audio && c->outq.empty())
+            c->close("server stopping");
+        else
+            waiting = true;
+    }
+    if (!waiting || steady_clock::now() >= stop_deadline) {
         for (const auto &c : snapshot())
             c->close("server stopping");
         io.stop();

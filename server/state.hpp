@@ -4,6 +4,7 @@
 
 #include "server/history.hpp"
 #include "server/modes.hpp"
+#include "server/power.hpp"
 #include "server/store.hpp"
 
 #include <cstdint>
@@ -110,7 +111,9 @@ struct server_state {
     player_state player;            // what plays
     std::mt19937 rng;               // shuffles and random choices
     int console_holder = -1;        // session id holding the console, -1 = none
-    bool stop_requested = false;    // STOP_SERVICE was accepted: the server ends
+    bool stop_requested = false;    // STOP_SERVICE, REBOOT or SHUTDOWN was accepted: the server ends
+    power_commands power;           // what REBOOT and SHUTDOWN run (from the options)
+    const std::vector<std::string> *after_stop = nullptr;   // the command to run once stopped (nullptr: none)
     std::int64_t (*wall_clock)() = nullptr;   // seconds since the epoch (nullptr: the system clock)
     cd_drive *cd = nullptr;         // the CD drive this server owns (nullptr: none)
 };

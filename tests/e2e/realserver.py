@@ -108,6 +108,7 @@ class RealServer:
         self.keep_root = keep_root
         self.args = list(args)
         self.proc = None
+        self.clients = []   # protocol clients, closed before the server is stopped
         self.port = None
         self.host = "127.0.0.1"
         self.log = os.path.join(root, "zerkaserver.log")
@@ -126,7 +127,9 @@ class RealServer:
         self.port = int(port)
 
     def client(self, greet=True):
-        return ProtoClient(self.port, greet=greet, host=self.host)
+        c = ProtoClient(self.port, greet=greet, host=self.host)
+        self.clients.append(c)
+        return c
 
     def alive(self):
         return self.proc is not None and self.proc.poll() is None
@@ -138,6 +141,10 @@ class RealServer:
         self.proc.wait()
 
     def stop(self):
+        # The server waits a few seconds for its clients to leave after telling them it stops.
+        for c in self.clients:
+            c.close()
+        self.clients = []
         if self.alive():
             self.proc.send_signal(signal.SIGTERM)
             try:

@@ -419,14 +419,14 @@ TEST_F(Protocol, ThePowerIsNeverSwitchedOff)
     EXPECT_FALSE(st.stop_requested);
 }
 
-TEST_F(Protocol, StopServiceAcceptsAndTellsEveryone)
+TEST_F(Protocol, StopServiceAcceptsAndTellsTheOthers)
 {
     const frame_fields r = send(a, STOP_SERVICE);
     EXPECT_EQ(r.album, 1);
     EXPECT_TRUE(st.stop_requested);
     ASSERT_EQ(notices().size(), 1u);
     EXPECT_EQ(out[0].to, target::requester);   // the answer goes first
-    EXPECT_EQ(notices()[0].to, target::all);
+    EXPECT_EQ(notices()[0].to, target::others);   // the requester knows from its answer
     EXPECT_EQ(notices()[0].m.type, SERVER_DOWN);
 }
 
