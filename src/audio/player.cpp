@@ -36,6 +36,7 @@ volatile std::sig_atomic_t key_serial;   // counts the keys received, so a wait 
 // Client side.
 volatile std::sig_atomic_t panel_elapsed;   // the elapsed seconds the player last reported
 volatile std::sig_atomic_t panel_fresh;     // a reported value waits to be drawn
+volatile std::sig_atomic_t ended_player;    // the player last told to end: a report it still sends is not drawn
 
 sigval fdvalue;   // the value sent with sigqueue; only its integer is used
 
@@ -233,6 +234,14 @@ long read_some(int fd, char *buf, long n)
     }
 }
 
+// Stops drawing the panel of a player that is ending: a report it sent just
+// before would otherwise draw the panel again over the screen.
+void forget_panel(pid_t pid)
+{
+    ended_player = pid;
+    panel_fresh = 0;
+}
+
 }   // namespace
 
 int local_player(int album_no, int track_no)
@@ -246,6 +255,7 @@ int local_player(int album_no, int track_no)
     const pid_t running = find_process("Locplay");
     if (running > 0) {
         kill(running, SIGKILL);
+        forget_panel(running);
         local_audio_pid = 0;
         return 0;
     }
@@ -264,6 +274,8 @@ int local_player(int album_no, int track_no)
     }
     if (pid == 0)
         run_player(album_no, track_no);
+    if (ended_player == pid)
+        ended_player = 0;   // a number used again
     return pid;
 }
 
@@ -278,7 +290,7 @@ void loc_play_int(int, siginfo_t *info, void *)
 
 void loc_play_display(int, siginfo_t *info, void *)
 {
-    if (info == nullptr || info->si_code != SI_QUEUE)
+    if (info == nullptr || info->si_code != SI_QUEUE || info->si_pid == ended_player)
         return;
     panel_elapsed = info->si_value.sival_int;
     panel_fresh = 1;
@@ -298,11 +310,16 @@ bool player_takes_key(int key) { return player_key(key); }
 bool forward_to_player(int key)
 {
     fdvalue.sival_int = key;
-    if (local_audio_pid != 0 && sigqueue(local_audio_pid, SIGUSR1, fdvalue) == 0)
-        return true;
-    // No player known, or the known one has gone: the process name decides.
-    const pid_t pid = find_process("Locplay");
-    return pid > 0 && sigqueue(pid, SIGUSR1, fdvalue) == 0;
+    pid_t pid = local_audio_pid;
+    if (pid == 0 || sigqueue(pid, SIGUSR1, fdvalue) != 0) {
+        // No player known, or the known one has gone: the process name decides.
+        pid = find_process("Locplay");
+        if (pid <= 0 || sigqueue(pid, SIGUSR1, fdvalue) != 0)
+            return false;
+    }
+    if (key == k_key_esc)
+        forget_panel(pid);
+    return true;
 }
 
 void abort_func(int sig)

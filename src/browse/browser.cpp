@@ -686,8 +686,8 @@ int browser(chain_item **head, int count, int start, browse_callback callback, i
             break;
         case k_key_esc:
             if (forward_to_player(k_key_esc)) {
+                // The player ends: the list is drawn again over its panel.
                 local_audio_pid = 0;
-                redraw = false;
                 break;
             }
             copy_bounded(heading, b.saved_heading);

@@ -194,11 +194,36 @@ def test_the_track_plays_and_the_panel_shows(term, fake, root, pa, name):
     # Then silence: the player waits at the end.
     assert not any(data[at + len(s.pcm) + 8192:])
 
-    # Esc ends it; the list stays.
+    # Esc ends it; the list stays, drawn again over the panel.
     t.send(KEY.ESC)
     assert wait_until(lambda: processes(name, "Locplay") == [])
+    t.wait_gone("ESC - quit")
     t.settle()
     assert "Current Playlist" in t.row(0)
+    assert_list_without_panel(t)
+
+
+def assert_list_without_panel(t):
+    """The console's three rows and nothing of the player's panel."""
+    assert t.row(2)[2:23] == "0001/01 Player Artist"
+    assert t.row(3)[2:18] == "0001/02 Off Line"
+    assert t.row(4)[2:21] == "0001/03 Long Artist"
+    for r in range(5, 22):
+        assert t.row(r)[1:79] == " " * 78, r
+
+
+def test_esc_while_playing_draws_the_list_again(term, fake, root, pa, name):
+    s = Setup(term, fake, root, pa, 100, name)
+    s.play()
+    t = s.t
+    s.panel.wait(lambda v: v >= 1)
+    assert t.at(16, 35, 10) == "ESC - quit"
+    t.send(KEY.ESC)
+    assert wait_until(lambda: processes(name, "Locplay") == [])
+    t.wait_gone("ESC - quit")
+    t.settle(1.5)   # a report the player sent on its way out brings no panel back
+    assert "Current Playlist" in t.row(0)
+    assert_list_without_panel(t)
 
 
 def test_seeks_back_forward_start_and_end(term, fake, root, pa, name):
