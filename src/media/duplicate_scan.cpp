@@ -158,7 +158,7 @@ album_copies find_album_copies(std::span<const album_rec> table, int album_no, i
     return out;
 }
 
-int mark_duplicates(std::span<album_rec> table, int last, bool (*stop)())
+int mark_duplicates(std::span<album_rec> table, int last, bool (*stop)(int album_no))
 {
     std::vector<taken_track> taken;
     std::string arena;
@@ -185,7 +185,7 @@ int mark_duplicates(std::span<album_rec> table, int last, bool (*stop)())
                              .rec = &r});
         }
         ++albums;
-        if (stop != nullptr && stop())
+        if (stop != nullptr && stop(a))
             break;
     }
     const auto key = [&](const taken_track &x) { return std::string_view(arena).substr(x.key_at, x.key_len); };

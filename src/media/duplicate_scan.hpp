@@ -31,9 +31,9 @@ album_copies find_album_copies(std::span<const album_rec> table, int album_no, i
 // The report's pass: every track of albums 1..last that are in use, album by
 // album, is a duplicate (mark 1) when another track taken in the same pass is
 // its copy within the report's window; other marks are left as they are.
-// `stop` (may be null) is asked after each album and ends the pass early when
-// it answers true. Returns the number of albums taken.
-int mark_duplicates(std::span<album_rec> table, int last, bool (*stop)());
+// `stop` (may be null) is asked after each album taken, with its number, and
+// ends the pass there when it answers true. Returns the number of albums taken.
+int mark_duplicates(std::span<album_rec> table, int last, bool (*stop)(int album_no));
 
 // The album the report offers next: from `last` down to 1, the first album in
 // use, not retained ('R' on its own entry), whose tracks without a duplicate
