@@ -4,14 +4,13 @@ ripping the unique ones, the deletion offer, and the duplicates report."""
 import os
 import shutil
 import struct
-import subprocess
-import time
 
 import pytest
 
 from browse_common import Library, centred_col, list_line, to_maintenance, wait_rows
 from fakeserver import FAILED, reply
 from term import KEY
+from media_common import namespace_works, start_in_namespace, wait_popup
 from ui_common import start
 
 ESC = KEY.ESC
@@ -70,33 +69,6 @@ def check_album(t, number, again=False):
     t.wait_for("Next Album No:", row=12, col=28)
     t.settle(0.2)
     t.send("%04d\r" % number)
-
-
-def popup_text(t):
-    """The text of the pop-up on the screen, its lines joined with blanks (each line break dropped a blank)."""
-    rows = t.text().split("\n")
-    for r in range(2, len(rows)):
-        left = rows[r].find("\u250c", 1)
-        if left < 0:
-            continue
-        right = rows[r].find("\u2510", left)
-        lines = []
-        for row in rows[r + 1:]:
-            if row[left] == "\u2514":
-                return " ".join(lines)
-            piece = row[left + 1:right].strip()
-            if piece:
-                lines.append(piece)
-    return None
-
-
-def wait_popup(t, text, timeout=10):
-    """Waits for a pop-up of exactly this text (pop-ups centre each line, so outer blanks do not show)."""
-    end = time.monotonic() + timeout
-    while popup_text(t) != text.strip():
-        if time.monotonic() > end:
-            raise AssertionError("no pop-up %r:\n%s" % (text, t.text()))
-        t.pump(0.05)
 
 
 def wait_footer(t, text):
@@ -431,28 +403,12 @@ def paranoia_wrapper(folder, body):
     return bin_dir, log
 
 
-def namespace_works():
-    if os.geteuid() != 0 or shutil.which("unshare") is None:
-        return False
-    r = subprocess.run(["unshare", "--mount", "sh", "-c",
-                        "mount -t overlay overlay -o lowerdir=/tmp:/usr/bin /usr/bin"], capture_output=True)
-    return r.returncode == 0
-
-
 needs_namespace = pytest.mark.skipif(not namespace_works(), reason="needs root and a private mount namespace")
 
 
-def start_in_namespace(term, fake, root, lib, bin_dir, paranoia):
-    """The client in a private mount namespace where bin_dir lies over /usr/bin."""
-    from conftest import ZERKA, write_cfg
-    from term import Term
-    from ui_common import to_main_menu
+def start_with_paranoia(fake, root, lib, bin_dir, paranoia):
     fake.albums = lib.texts()
-    write_cfg(root, fake.port, mode="master", extra={"PARANOIA": paranoia})
-    script = "mount -t overlay overlay -o lowerdir=%s:/usr/bin /usr/bin && exec %s" % (bin_dir, ZERKA)
-    t = Term(["/usr/bin/unshare", "--mount", "/bin/sh", "-c", script], {"ZERKA": root, "TZ": "UTC"})
-    to_main_menu(t)
-    return t
+    return start_in_namespace(fake, root, bin_dir, extra={"PARANOIA": paranoia})
 
 
 @needs_namespace
@@ -474,7 +430,7 @@ def test_rip_reads_the_unique_tracks_from_the_disc_bit_for_bit(fake, term, root)
     ])
     lib.add(1, "Known", "Album", [("Known", "Copy", "00:02")])
     # -c: the image holds little-endian samples (paranoia would otherwise guess the byte order from them).
-    t = start_in_namespace(term, fake, root, lib, bin_dir, "-d %s -c -w" % cue)
+    t = start_with_paranoia(fake, root, lib, bin_dir, "-d %s -c -w" % cue)
     try:
         open_report_menu(t)
         check_album(t, 9000)
@@ -506,7 +462,7 @@ def test_a_rip_that_outlasts_twice_the_track_is_a_bad_track(fake, term, root):
     bin_dir, log = paranoia_wrapper(root, "sleep 3")
     lib = Library()
     lib.add(9000, "Loaded", "Disc", [("Solo", "Short", "00:01"), ("Solo", "Long", "00:10")])
-    t = start_in_namespace(term, fake, root, lib, bin_dir, "")
+    t = start_with_paranoia(fake, root, lib, bin_dir, "")
     try:
         open_report_menu(t)
         check_album(t, 9000)
