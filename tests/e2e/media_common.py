@@ -57,3 +57,10 @@ def start_in_namespace(fake, root, bin_dir, extra=None, env=None):
     t = Term(["/usr/bin/unshare", "--mount", "/bin/sh", "-c", script], e)
     to_main_menu(t)
     return t
+
+
+def created_mode():
+    """The permissions of a file created with 0777 under this process's umask (which the program inherits)."""
+    mask = os.umask(0)
+    os.umask(mask)
+    return 0o777 & ~mask

@@ -10,7 +10,7 @@ import pytest
 from browse_common import Library, centred_col, list_line, to_maintenance, wait_rows
 from fakeserver import FAILED, reply
 from term import KEY
-from media_common import namespace_works, start_in_namespace, wait_popup
+from media_common import created_mode, namespace_works, start_in_namespace, wait_popup
 from ui_common import start
 
 ESC = KEY.ESC
@@ -235,7 +235,7 @@ def test_export_copies_unique_tracks_under_their_names(fake, term, root):
     name = os.path.join(export, "O'Neil \"$HOME\"; ls - Side  A.wav")
     with open(name, "rb") as f:
         assert f.read() == first
-    assert os.stat(name).st_mode & 0o777 == 0o777 & ~0o022
+    assert os.stat(name).st_mode & 0o777 == created_mode()
 
 
 def test_export_into_a_missing_folder_says_so(fake, term, root):
