@@ -38,6 +38,15 @@ def wait_popup(t, text, timeout=10):
         t.pump(0.05)
 
 
+def wait_no_popup(t, timeout=10):
+    """Waits until no pop-up shows (a pop-up that goes by itself takes the next key otherwise)."""
+    end = time.monotonic() + timeout
+    while popup_text(t) is not None:
+        if time.monotonic() > end:
+            raise AssertionError("a pop-up stays:\n%s" % t.text())
+        t.pump(0.05)
+
+
 def namespace_works():
     if os.geteuid() != 0 or shutil.which("unshare") is None:
         return False
