@@ -56,11 +56,18 @@ def namespace_works():
 
 
 
-def start_in_namespace(fake, root, bin_dir, extra=None, env=None):
-    """The program in a private mount namespace where bin_dir lies over /usr/bin, at the main menu.
-    Only this process and its children see the change; the caller kills it."""
+def start_in_namespace(fake, root, bin_dir=None, extra=None, env=None, read_only=()):
+    """The program in a private mount namespace, at the main menu: bin_dir (when given) lies over
+    /usr/bin, and the folders in read_only are mounted read-only. Only this process and its children
+    see the changes; the caller kills it."""
     write_cfg(root, fake.port, mode="master", extra=extra)
-    script = "mount -t overlay overlay -o lowerdir=%s:/usr/bin /usr/bin && exec %s" % (bin_dir, ZERKA)
+    steps = []
+    if bin_dir is not None:
+        steps.append("mount -t overlay overlay -o lowerdir=%s:/usr/bin /usr/bin" % bin_dir)
+    for folder in read_only:
+        steps.append("mount --bind %s %s && mount -o remount,ro,bind %s" % (folder, folder, folder))
+    steps.append("exec %s" % ZERKA)
+    script = " && ".join(steps)
     e = {"ZERKA": root, "TZ": "UTC"}
     e.update(env or {})
     t = Term(["/usr/bin/unshare", "--mount", "/bin/sh", "-c", script], e)

@@ -3,6 +3,7 @@ ripping the unique ones, the deletion offer, and the duplicates report."""
 
 import os
 import shutil
+import signal
 import struct
 
 import pytest
@@ -14,6 +15,7 @@ from media_common import created_mode, namespace_works, start_in_namespace, wait
 from ui_common import start
 
 ESC = KEY.ESC
+needs_namespace = pytest.mark.skipif(not namespace_works(), reason="needs root and a private mount namespace")
 ALBUM_DELETE = 0x12
 
 REPORT_ROWS = ["Album List", "Track List by Artist", "Track List by Title", "On Short-List", "Not on short-List",
@@ -258,6 +260,31 @@ def test_export_into_a_missing_folder_says_so(fake, term, root):
     assert not os.path.exists(missing)
 
 
+@needs_namespace
+def test_export_into_a_read_only_folder_says_so(fake, term, root):
+    lib = Library()
+    lib.add(4, "Solo", "One", [("Solo", "Song", "03:00")])
+    media_wav(root, 4, 1, b"abc")
+    export = os.path.join(root, "Export")
+    fake.albums = lib.texts()
+    t = start_in_namespace(fake, root, read_only=[export])
+    try:
+        open_report_menu(t)
+        check_album(t, 4)
+        t.wait_for("Unique tracks: 1", row=23)
+        t.send("x")
+        t.wait_for("Are you sure?", row=10, col=30)
+        t.send("y")
+        wait_popup(t, ' Cannot open destination WAV file: "%s/Solo - Song.wav" - Read-only file system' % export)
+        t.send(" ")
+        t.wait_for("Do you wish to delete this album?", row=16, col=10)
+        t.send("n")
+        t.wait_for("Report Generator", row=0)
+        assert os.listdir(export) == []
+    finally:
+        t.kill()
+
+
 def test_declined_export_shows_the_duplicates_and_offers_no_deletion(fake, term, root):
     lib = Library()
     lib.add(4, "Solo", "One", [("Solo", "Song", "03:00"), ("Solo", "Copy", "03:00")])
@@ -372,6 +399,19 @@ def test_report_declined_retention_ends_with_the_list(fake, term, root):
     assert fake.of_type(ALBUM_DELETE) == []
 
 
+def test_an_interrupt_ends_the_report_without_its_list(fake, term, root):
+    t = start_lib(term, fake, root, report_library())
+    open_report_menu(t)
+    run_report(t, "0")
+    t.wait_for("All albums have at least 0 unique track. Continue search?", row=18, col=10)
+    t.child.kill(signal.SIGINT)   # the report takes the interrupt: its next pass stops after one album
+    t.settle(0.3)
+    t.send("y")
+    t.wait_for("Report Generator", row=0)
+    assert "re-sort" not in t.text()
+    assert "Are you sure you want to exit?" not in t.text()
+
+
 # ----- ripping ------------------------------------------------------------------------------------------
 
 def cd_image(folder, tracks):
@@ -402,8 +442,6 @@ def paranoia_wrapper(folder, body):
     os.chmod(os.path.join(bin_dir, "cdparanoia"), 0o755)
     return bin_dir, log
 
-
-needs_namespace = pytest.mark.skipif(not namespace_works(), reason="needs root and a private mount namespace")
 
 
 def start_with_paranoia(fake, root, lib, bin_dir, paranoia):

@@ -76,6 +76,8 @@ def test_a_folder_becomes_an_album(fake, term, root):
     with open(os.path.join(src, "notes.txt"), "w") as f:
         f.write("not audio\n")
     wav(os.path.join(src, ".hidden.wav"), 1)
+    os.symlink(os.path.join(src, "nowhere"), os.path.join(src, "06 - dangling.wav"))
+    os.mkfifo(os.path.join(src, "07 - pipe.wav"))
     t = start_import(term, fake, root)
     answer_folder(t, root)
     t.wait_for("3 files 00:06 total time", row=16, col=10)
