@@ -10,16 +10,17 @@
 #include "media/media_files.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "ui/album_number.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <curses.h>
 #include <fcntl.h>
 #include <linux/cdrom.h>
-#include <memory>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -64,14 +65,8 @@ disc_state disc_status(int fd)
 // Sends WRITE_CD for the album to the local server and shows its answer.
 void request_write(int album_no)
 {
-    auto msg = std::make_unique<server_msg>();
-    msg->socket = cd_srv_sock;
-    msg->type = WRITE_CD;
-    msg->album = album_no;
-    msg->track = 0;
-    set_text(*msg, "");
-    send_msg(msg.get());
-    const long code = static_cast<long>(msg->track);
+    const server_msg reply = request(cd_srv_sock, WRITE_CD, album_no, 0);
+    const long code = static_cast<long>(reply.track);
     char text[128];
     if (code == 0) {
         std::snprintf(text, sizeof text, " Writing CD %04d ", album_no);

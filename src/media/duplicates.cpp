@@ -17,6 +17,7 @@
 #include "media/media_files.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "ui/album_number.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
@@ -39,7 +40,6 @@ constexpr int k_not_deleted = -2;      // the report's call ended without a dele
 constexpr int k_deleted = -1;          // the album was deleted
 constexpr int k_last_database_album = 8999;
 constexpr std::size_t k_export_block = 256;
-constexpr long k_refused = 0xFFFF;     // a reply's album field when the server refused
 
 // A browser list that is released when its holder goes out of scope.
 struct chain_owner {
@@ -186,14 +186,8 @@ bool export_or_rip(int a, const std::vector<chain_entry> &unique)
 // Asks the master server to delete an album and clears it here once the server has.
 bool delete_album_now(int a)
 {
-    server_msg msg;
-    msg.socket = master_sock;
-    msg.type = ALBUM_DELETE;
-    msg.album = a;
-    msg.track = 0;
-    set_text(msg, "");
-    send_msg(&msg);
-    if (msg.album == k_refused) {
+    const server_msg reply = request(master_sock, ALBUM_DELETE, a, 0);
+    if (reply.album == k_refused) {
         errno = 0;
         error_msg("Cannot delete album", a);
         return false;

@@ -17,12 +17,12 @@
 #include "media/duplicates.hpp"
 #include "media/freedb_file.hpp"
 #include "playlist/offline.hpp"
-#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/file_handle.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
 #include "ui/help.hpp"
+#include "ui/album_number.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
@@ -83,7 +83,7 @@ void bring_online(int a)
     for (int t = 1; t <= album[a].tracks && t < k_max_entries; ++t) {
         if (album[a].entry[t].online != 0)
             continue;
-        request(cd_srv_sock, RET_TRACK, a, t, "");
+        request(cd_srv_sock, RET_TRACK, a, t);
         ++count;
     }
     char text[96];
@@ -138,12 +138,12 @@ bool add_all_tracks(int a)
 // o: takes a track off line and has it ripped again.
 void overwrite_track(int a, int t)
 {
-    request(master_sock, OFFLINE, a, t, "");
+    request(master_sock, OFFLINE, a, t);
     plist_add_svce(a, t, cur_plist, 0, master_sock);
     if (t >= 0 && t < k_max_entries)
         album[a].entry[t].online = 0;
     store_album(a);
-    request(cd_srv_sock, RET_CHECK, a, t, "");
+    request(cd_srv_sock, RET_CHECK, a, t);
     char text[96];
     std::snprintf(text, sizeof text, "Album %04d Track %02d added to playlist for retrieval", a, t);
     popup(text, 2);
@@ -225,7 +225,7 @@ int exocd_svce(chain_item *current, int key, int mode)
     case k_key_f(10):
         break;
     case 'a':
-        request(cd_srv_sock, RET_TRACK, a, t, "");
+        request(cd_srv_sock, RET_TRACK, a, t);
         plist_add_svce(a, t, cur_plist, 1, master_sock);
         break;
     case 'b':
