@@ -43,9 +43,9 @@ constexpr int k_last_selectable = 8999;    // albums from 9000 up are not offere
 constexpr const char *k_search_title = "Enter Artist and/or Title To Search For";
 
 // Builds a list from hits; the number of elements, or -1 when memory ran out.
-int list_of_hits(chain_item **list, int order, const std::vector<chain_entry> &hits, int keep_duplicates)
+int list_of_hits(chain_list &list, int order, const std::vector<chain_entry> &hits, int keep_duplicates)
 {
-    *list = nullptr;
+    list.reset();
     return build_chain(list, order, hits, keep_duplicates);
 }
 
@@ -102,8 +102,8 @@ void album_track_list(const chain_item *e)
     std::vector<chain_entry> entries;
     for (int t = 1; t <= album_track_count(a) && t < k_max_entries; ++t)
         entries.push_back({.album_no = a, .track_no = t, .key = 0});
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, k_order_append, entries, 1);
+    chain_list list;
+    const int count = list_of_hits(list, k_order_append, entries, 1);
     if (count < 0)
         return;
     char saved_heading[sizeof heading];
@@ -113,8 +113,7 @@ void album_track_list(const chain_item *e)
     const track_rec &head = album[a].entry[0];
     std::snprintf(heading, sizeof heading, "%04d: %.28s - %.29s [%s]", a, head.artist, head.title, head.time);
     copy_bounded(footer, "^add to PlayList    ^more by this artist   ^^WAV Check");
-    browser(&list, count, e->track_no, search_svce, k_browse_album);
-    free_chain(list);
+    browser(list, count, e->track_no, search_svce, k_browse_album);
     copy_bounded(heading, saved_heading);
     copy_bounded(footer, saved_footer);
 }
@@ -128,8 +127,8 @@ void more_by_artist(const chain_item *e)
     copy_bounded(artist, e->track->artist);
     std::vector<chain_entry> hits;
     find_more_by_artist(hits, artist, e->album_no, e->track_no, max_album);
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, k_order_title, hits, 1);
+    chain_list list;
+    const int count = list_of_hits(list, k_order_title, hits, 1);
     if (count < 0)
         return;
     if (count == 0) {
@@ -144,9 +143,8 @@ void more_by_artist(const chain_item *e)
     int r;
     do {
         std::snprintf(heading, sizeof heading, "More tracks by %.29s", artist);
-        r = browser(&list, count, 0, search_svce, k_browse_duplicates);
+        r = browser(list, count, 0, search_svce, k_browse_duplicates);
     } while (r != k_escape);
-    free_chain(list);
     copy_bounded(heading, saved_heading);
     copy_bounded(footer, saved_footer);
 }
@@ -237,7 +235,7 @@ void add_whole_album(int album_no)
 }
 
 // The shared end of both case-sensitive searches: the results browsed once.
-int browse_cs_results(chain_item *list, int count)
+int browse_cs_results(chain_list &list, int count)
 {
     if (count <= 0) {
         if (count == 0)
@@ -245,8 +243,7 @@ int browse_cs_results(chain_item *list, int count)
         return -1;
     }
     copy_bounded(footer, "^^R re-sort  ^^V reverse sort-order   track^list");
-    browser(&list, count, 0, search_svce, k_browse_plain);
-    free_chain(list);
+    browser(list, count, 0, search_svce, k_browse_plain);
     return -1;
 }
 
@@ -282,8 +279,8 @@ int cs_artist_title()
     refresh();
     std::vector<chain_entry> hits;
     find_tracks(hits, artist, title, 1, true, max_album);
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, artist[0] != '\0' ? k_order_artist : k_order_title, hits, 1);
+    chain_list list;
+    const int count = list_of_hits(list, artist[0] != '\0' ? k_order_artist : k_order_title, hits, 1);
     search_heading(artist, title, true);
     return browse_cs_results(list, count);
 }
@@ -310,8 +307,8 @@ int cs_global()
         refresh();
         find_in_album(hits, a, text);
     }
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, k_order_artist, hits, 1);
+    chain_list list;
+    const int count = list_of_hits(list, k_order_artist, hits, 1);
     return browse_cs_results(list, count);
 }
 
@@ -394,8 +391,8 @@ int search(const void *, int keep_duplicates)
     refresh();
     std::vector<chain_entry> hits;
     find_tracks(hits, artist, title, 0, true, max_album);
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, order, hits, keep_duplicates);
+    chain_list list;
+    const int count = list_of_hits(list, order, hits, keep_duplicates);
     if (count <= 0) {
         if (count == 0)
             popup("Sorry, nothing found", 1);
@@ -407,9 +404,8 @@ int search(const void *, int keep_duplicates)
     copy_bounded(saved_footer, footer);
     search_heading(artist, title, false);
     copy_bounded(footer, "^add to playlist   ^more by this artist   track^list");
-    while (browser(&list, count, 0, search_svce, k_browse_plain) != k_escape) {
+    while (browser(list, count, 0, search_svce, k_browse_plain) != k_escape) {
     }
-    free_chain(list);
     copy_bounded(heading, saved_heading);
     copy_bounded(footer, saved_footer);
     curs_set(0);

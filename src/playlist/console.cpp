@@ -14,7 +14,6 @@
 #include "playlist/history.hpp"
 #include "playlist/offline.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
@@ -42,7 +41,7 @@ constexpr int k_plist_name_len = 28;   // longest playlist name the operator may
 bool is_current(const char *name) { return std::strcmp(name, k_current_plist) == 0; }
 
 // Builds a list from a playlist transfer text in the server's order; returns the count.
-int build_plist(chain_item **head, const server_msg *msg)
+int build_plist(chain_list &head, const server_msg *msg)
 {
     std::vector<chain_entry> entries;
     for (const plist_entry &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
@@ -116,7 +115,7 @@ int clear_current()
 // Key A: appends the whole offline playlist to the current one.
 int append_offline()
 {
-    const int count = chain_length(offl_head);
+    const int count = chain_length(offl_head.head());
     if (count > k_plist_add_max) {
         clear();
         frame(stdscr);
@@ -204,16 +203,15 @@ int choose_selection(int wanted, bool &opened)
 
 int playlist_chain(const server_msg *msg)
 {
-    retire_chain(plist_head);
-    plist_head = nullptr;
-    return build_plist(&plist_head, msg);
+    // The list shown is the browser's own copy; an operation still walking the old list keeps it.
+    plist_head.reset();
+    return build_plist(plist_head, msg);
 }
 
 int playlist_chain_local(const server_msg *msg)
 {
-    retire_chain(offl_head);
-    offl_head = nullptr;
-    const int count = build_plist(&offl_head, msg);
+    offl_head.reset();
+    const int count = build_plist(offl_head, msg);
     if (gui)
         refresh();   // the command line adds tracks too, without a screen
     return count;
@@ -236,10 +234,7 @@ int set_plist(const void *, int, const char *label)
 
 int playlist(const void *, int code, const char *)
 {
-    // No list screen is open when a playing mode is entered: lists replaced earlier can go.
-    release_retired_chains();
-    free_chain(plist_head);
-    plist_head = nullptr;
+    plist_head.reset();
     copy_bounded(cur_plist, k_current_plist);
     const int wanted = std::max(mode_of_code(code), 0);
     play_mode = wanted;
@@ -288,9 +283,8 @@ int playlist(const void *, int code, const char *)
     copy_bounded(saved_heading, heading);
     format_console_heading(heading, sizeof heading, play_mode, selection_playlist);
     copy_bounded(footer, k_console_footer);
-    browser(&plist_head, count, 0, playlist_svce, k_browse_console);
+    browser(plist_head, count, 0, playlist_svce, k_browse_console);
     copy_bounded(heading, saved_heading);
-    release_retired_chains();
     return 0;
 }
 
