@@ -512,6 +512,213 @@ int pass_on(browse_run &b, int key)
     return k_no_result;
 }
 
+// What the browser does after a key.
+struct key_step {
+    bool redraw = true;   // draw the screen again
+    bool ends = false;    // the browser returns `result`
+    int result = 0;
+};
+constexpr key_step k_draw_again{};
+constexpr key_step k_keep_screen{.redraw = false};
+constexpr key_step ends_with(int result) { return {.redraw = false, .ends = true, .result = result}; }
+
+// The handlers of browse_keys (below): each acts on its key and says what the
+// browser does next.
+
+key_step keep_screen(browse_run &) { return k_keep_screen; }
+key_step draw_again(browse_run &) { return k_draw_again; }
+
+// The idle event on the console: its playlist may have changed.
+key_step take_playlist_again(browse_run &b)
+{
+    rebuild(b, source_list(b));
+    return k_draw_again;
+}
+
+template <page_move move>
+key_step page(browse_run &b)
+{
+    page_step(b.view, move);
+    return k_draw_again;
+}
+
+key_step help(browse_run &)
+{
+    help_screen(nullptr, 0, nullptr);
+    return k_draw_again;
+}
+
+key_step help_then_take_playlist_again(browse_run &b)
+{
+    help_screen(nullptr, 0, nullptr);
+    rebuild(b, source_list(b));
+    return k_draw_again;
+}
+
+key_step find_asked(browse_run &b)
+{
+    b.find_text[0] = '\0';
+    find_next(b);
+    return k_draw_again;
+}
+
+key_step find_again(browse_run &b)
+{
+    find_next(b);
+    return k_draw_again;
+}
+
+key_step print_list(browse_run &b)
+{
+    const int form = menu_func(output_menu, 0, "Report Printing Menu", "");
+    if (form >= 0 && form <= 2)
+        output(b.shown, form, std::strncmp(heading, "Album", 5) == 0 ? 1 : 0);
+    return k_draw_again;
+}
+
+key_step refresh(browse_run &b) { return refresh_list(b) ? k_draw_again : ends_with(-1); }
+
+key_step operations(browse_run &b)
+{
+    mass_apply(b.shown, "", static_cast<int>(b.index.size()), 1);
+    return k_draw_again;
+}
+
+key_step no_operations(browse_run &)
+{
+    errno = 0;
+    error_msg("Operations sub-menu not allowed here", 0);
+    return k_draw_again;
+}
+
+key_step local_audio(browse_run &)
+{
+    audio_func(nullptr, -1, nullptr);
+    return k_draw_again;
+}
+
+key_step history_files(browse_run &)
+{
+    recent_history(nullptr, 0, nullptr);
+    return k_draw_again;
+}
+
+key_step play_here(browse_run &b)
+{
+    play_locally(b);
+    return k_draw_again;
+}
+
+key_step check_retrieval(browse_run &)
+{
+    retrieval_check();
+    return k_keep_screen;
+}
+
+key_step sort(browse_run &b)
+{
+    sort_list(b);
+    return k_draw_again;
+}
+
+key_step totals(browse_run &b)
+{
+    show_totals(b);
+    return k_draw_again;
+}
+
+key_step reverse(browse_run &b)
+{
+    reverse_list(b);
+    return k_draw_again;
+}
+
+key_step wall_time(browse_run &)
+{
+    char text[128];
+    std::snprintf(text, sizeof text, "Date/Time is now: %s", get_time(std::time(nullptr)));
+    popup(text, 1);
+    return k_draw_again;
+}
+
+key_step note(browse_run &b)
+{
+    write_note(b);
+    return k_draw_again;
+}
+
+// Esc stops a running local player; otherwise it leaves the browser.
+key_step escape(browse_run &b)
+{
+    if (forward_to_player(k_key_esc)) {
+        local_audio_pid = 0;
+        return k_keep_screen;
+    }
+    copy_bounded(heading, b.saved_heading);
+    copy_bounded(footer, b.saved_footer);
+    return ends_with(k_escape);
+}
+
+// The browser's own keys, by mode. A key without a row here goes to a running
+// local player (the cursor keys left and right, with or without control) or to
+// the screen's callback.
+struct browse_key {
+    int key;
+    int modes;   // mode_bit of the list modes the row applies in
+    key_step (*handler)(browse_run &b);
+};
+
+constexpr int k_console = mode_bit(k_browse_console);
+constexpr int k_no_ops = mode_bit(k_browse_no_ops);
+
+constexpr browse_key browse_keys[] = {
+    {.key = 0, .modes = k_every_mode, .handler = keep_screen},
+    {.key = -1, .modes = k_console, .handler = take_playlist_again},
+    {.key = -1, .modes = ~k_console, .handler = draw_again},
+    {.key = k_key_down, .modes = k_every_mode, .handler = page<page_move::down>},
+    {.key = k_key_up, .modes = k_every_mode, .handler = page<page_move::up>},
+    {.key = k_key_home, .modes = k_every_mode, .handler = page<page_move::home>},
+    {.key = k_key_end, .modes = k_every_mode, .handler = page<page_move::end>},
+    {.key = k_key_page_down, .modes = k_every_mode, .handler = page<page_move::page_down>},
+    {.key = k_key_page_up, .modes = k_every_mode, .handler = page<page_move::page_up>},
+    {.key = k_key_f(6), .modes = k_every_mode, .handler = page<page_move::first>},
+    {.key = k_key_ctrl_home, .modes = k_every_mode, .handler = page<page_move::first>},
+    {.key = k_key_ctrl_page_up, .modes = k_every_mode, .handler = page<page_move::first>},
+    {.key = k_key_f(7), .modes = k_every_mode, .handler = page<page_move::last>},
+    {.key = k_key_ctrl_end, .modes = k_every_mode, .handler = page<page_move::last>},
+    {.key = k_key_ctrl_page_down, .modes = k_every_mode, .handler = page<page_move::last>},
+    {.key = k_key_f(1), .modes = k_console, .handler = help_then_take_playlist_again},
+    {.key = k_key_f(1), .modes = ~k_console, .handler = help},
+    {.key = k_key_f(2), .modes = k_every_mode, .handler = find_asked},
+    {.key = k_key_f(3), .modes = k_every_mode, .handler = find_again},
+    {.key = k_key_f(4), .modes = k_every_mode, .handler = print_list},
+    {.key = k_key_f(5), .modes = k_every_mode, .handler = refresh},
+    {.key = k_key_f(8), .modes = k_no_ops, .handler = no_operations},
+    {.key = k_key_f(8), .modes = ~k_no_ops, .handler = operations},
+    {.key = k_key_ctrl_a, .modes = k_every_mode, .handler = local_audio},
+    {.key = k_key_ctrl_h, .modes = k_every_mode, .handler = history_files},
+    {.key = k_key_ctrl_l, .modes = k_every_mode, .handler = play_here},
+    {.key = k_key_ctrl_q, .modes = k_every_mode, .handler = check_retrieval},
+    {.key = k_key_ctrl_r, .modes = k_every_mode, .handler = sort},
+    {.key = k_key_ctrl_t, .modes = k_every_mode, .handler = totals},
+    {.key = k_key_ctrl_v, .modes = k_every_mode, .handler = reverse},
+    {.key = 'w', .modes = k_every_mode, .handler = wall_time},
+    {.key = 'j', .modes = k_every_mode, .handler = note},
+    {.key = k_key_esc, .modes = k_every_mode, .handler = escape},
+};
+static_assert(keys_unique_per_mode(browse_keys));
+
+// Acts on one key.
+key_step take_key(browse_run &b, int key)
+{
+    if (const browse_key *row = key_row(browse_keys, key, b.mode))
+        return row->handler(b);
+    if (is_player_key(key) && forward_to_player(key))
+        return k_keep_screen;
+    const int r = pass_on(b, key);
+    return r == k_no_result ? k_draw_again : ends_with(r);
+}
+
 }   // namespace
 
 int browser(chain_list &list, int count, int start, browse_callback callback, int mode)
@@ -531,128 +738,12 @@ int browser(chain_list &list, int count, int start, browse_callback callback, in
     b.count = count;
     b.view = page_start(static_cast<int>(b.index.size()), start);
 
-    bool redraw = true;
-    for (;;) {
+    for (bool redraw = true;;) {
         if (redraw)
             draw(b);
-        redraw = true;
-        const int key = get_input(&input, 0);
-        switch (key) {
-        case 0:
-            redraw = false;
-            break;
-        case -1:
-            if (b.mode == k_browse_console)
-                rebuild(b, source_list(b));
-            break;
-        case k_key_down:
-            page_step(b.view, page_move::down);
-            break;
-        case k_key_up:
-            page_step(b.view, page_move::up);
-            break;
-        case k_key_home:
-            page_step(b.view, page_move::home);
-            break;
-        case k_key_end:
-            page_step(b.view, page_move::end);
-            break;
-        case k_key_page_down:
-            page_step(b.view, page_move::page_down);
-            break;
-        case k_key_page_up:
-            page_step(b.view, page_move::page_up);
-            break;
-        case k_key_f(6):
-        case k_key_ctrl_home:
-        case k_key_ctrl_page_up:
-            page_step(b.view, page_move::first);
-            break;
-        case k_key_f(7):
-        case k_key_ctrl_end:
-        case k_key_ctrl_page_down:
-            page_step(b.view, page_move::last);
-            break;
-        case k_key_f(1):
-            help_screen(nullptr, 0, nullptr);
-            if (b.mode == k_browse_console)
-                rebuild(b, source_list(b));
-            break;
-        case k_key_f(2):
-            b.find_text[0] = '\0';
-            find_next(b);
-            break;
-        case k_key_f(3):
-            find_next(b);
-            break;
-        case k_key_f(4): {
-            const int form = menu_func(output_menu, 0, "Report Printing Menu", "");
-            if (form >= 0 && form <= 2)
-                output(b.shown, form, std::strncmp(heading, "Album", 5) == 0 ? 1 : 0);
-            break;
-        }
-        case k_key_f(5):
-            if (!refresh_list(b))
-                return -1;
-            break;
-        case k_key_f(8):
-            if (b.mode == k_browse_no_ops) {
-                errno = 0;
-                error_msg("Operations sub-menu not allowed here", 0);
-            } else {
-                mass_apply(b.shown, "", static_cast<int>(b.index.size()), 1);
-            }
-            break;
-        case k_key_ctrl_a:
-            audio_func(nullptr, -1, nullptr);
-            break;
-        case k_key_ctrl_h:
-            recent_history(nullptr, 0, nullptr);
-            break;
-        case k_key_ctrl_l:
-            play_locally(b);
-            break;
-        case k_key_ctrl_q:
-            retrieval_check();
-            redraw = false;
-            break;
-        case k_key_ctrl_r:
-            sort_list(b);
-            break;
-        case k_key_ctrl_t:
-            show_totals(b);
-            break;
-        case k_key_ctrl_v:
-            reverse_list(b);
-            break;
-        case 'w': {
-            char text[128];
-            std::snprintf(text, sizeof text, "Date/Time is now: %s", get_time(std::time(nullptr)));
-            popup(text, 1);
-            break;
-        }
-        case 'j':
-            write_note(b);
-            break;
-        case k_key_esc:
-            if (forward_to_player(k_key_esc)) {
-                local_audio_pid = 0;
-                redraw = false;
-                break;
-            }
-            copy_bounded(heading, b.saved_heading);
-            copy_bounded(footer, b.saved_footer);
-            return k_escape;
-        default: {
-            if (is_player_key(key) && forward_to_player(key)) {
-                redraw = false;
-                break;
-            }
-            const int r = pass_on(b, key);
-            if (r != k_no_result)
-                return r;
-            break;
-        }
-        }
+        const key_step step = take_key(b, get_input(&input, 0));
+        if (step.ends)
+            return step.result;
+        redraw = step.redraw;
     }
 }

@@ -247,6 +247,50 @@ void sort_by_prefix(const std::vector<candidate> &cands, std::vector<std::uint32
         perm[i] = items[i].index;
 }
 
+// Orders 2, 3 and 4: by the folded artist and title texts (the length text
+// for order 4), ties in arrival order. perm holds every index on entry.
+void sort_by_texts(int order, std::vector<candidate> &cands, std::vector<std::uint32_t> &perm, fold_arena &arena)
+{
+    arena.text.reserve(cands.size() * 40);
+    for (candidate &c : cands) {
+        if (order == k_order_length) {
+            const std::string_view time = field_view(c.rec->time);
+            c.primary = static_cast<std::uint32_t>(arena.text.size());
+            c.primary_len = static_cast<std::uint32_t>(time.size());
+            arena.text.append(time);
+            c.secondary = c.primary;
+            c.secondary_len = 0;
+        } else {
+            const std::string_view artist = drop_the(field_view(c.rec->artist));
+            const std::string_view title = field_view(c.rec->title);
+            const bool artist_first = order == k_order_artist;
+            c.primary = arena.add(artist_first ? artist : title, c.primary_len);
+            c.secondary = arena.add(artist_first ? title : artist, c.secondary_len);
+        }
+        c.prefix = text_prefix(arena.view(c.primary, c.primary_len));
+    }
+    // The first eight bytes decide most comparisons: a radix sort on them
+    // (stable, so runs of equal prefixes stay in arrival order), then each
+    // run is sorted on the whole texts.
+    sort_by_prefix(cands, perm);
+    const auto whole_text_less = [&](std::uint32_t a, std::uint32_t b) {
+        const candidate &x = cands[a];
+        const candidate &y = cands[b];
+        int c = arena.view(x.primary, x.primary_len).compare(arena.view(y.primary, y.primary_len));
+        if (c == 0)
+            c = arena.view(x.secondary, x.secondary_len).compare(arena.view(y.secondary, y.secondary_len));
+        return c != 0 ? c < 0 : a < b;
+    };
+    for (std::size_t i = 0; i < perm.size();) {
+        std::size_t j = i + 1;
+        while (j < perm.size() && cands[perm[j]].prefix == cands[perm[i]].prefix)
+            ++j;
+        if (j - i > 1)
+            std::sort(perm.begin() + static_cast<long>(i), perm.begin() + static_cast<long>(j), whole_text_less);
+        i = j;
+    }
+}
+
 // Orders the candidates (indices into cands) the way the walk would: by the
 // order's values, ties in arrival order.
 void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::uint32_t> &perm, fold_arena &arena,
@@ -271,47 +315,9 @@ void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::
         break;
     case k_order_artist:
     case k_order_title:
-    case k_order_length: {
-        arena.text.reserve(cands.size() * 40);
-        for (candidate &c : cands) {
-            if (order == k_order_length) {
-                const std::string_view time = field_view(c.rec->time);
-                c.primary = static_cast<std::uint32_t>(arena.text.size());
-                c.primary_len = static_cast<std::uint32_t>(time.size());
-                arena.text.append(time);
-                c.secondary = c.primary;
-                c.secondary_len = 0;
-            } else {
-                const std::string_view artist = drop_the(field_view(c.rec->artist));
-                const std::string_view title = field_view(c.rec->title);
-                const bool artist_first = order == k_order_artist;
-                c.primary = arena.add(artist_first ? artist : title, c.primary_len);
-                c.secondary = arena.add(artist_first ? title : artist, c.secondary_len);
-            }
-            c.prefix = text_prefix(arena.view(c.primary, c.primary_len));
-        }
-        // The first eight bytes decide most comparisons: a radix sort on them
-        // (stable, so runs of equal prefixes stay in arrival order), then each
-        // run is sorted on the whole texts.
-        sort_by_prefix(cands, perm);
-        const auto whole_text_less = [&](std::uint32_t a, std::uint32_t b) {
-            const candidate &x = cands[a];
-            const candidate &y = cands[b];
-            int c = arena.view(x.primary, x.primary_len).compare(arena.view(y.primary, y.primary_len));
-            if (c == 0)
-                c = arena.view(x.secondary, x.secondary_len).compare(arena.view(y.secondary, y.secondary_len));
-            return c != 0 ? c < 0 : a < b;
-        };
-        for (std::size_t i = 0; i < perm.size();) {
-            std::size_t j = i + 1;
-            while (j < perm.size() && cands[perm[j]].prefix == cands[perm[i]].prefix)
-                ++j;
-            if (j - i > 1)
-                std::sort(perm.begin() + static_cast<long>(i), perm.begin() + static_cast<long>(j), whole_text_less);
-            i = j;
-        }
+    case k_order_length:
+        sort_by_texts(order, cands, perm, arena);
         break;
-    }
     case k_order_cdid:
         if (!history)
             by([&](const candidate &x, const candidate &y) {
