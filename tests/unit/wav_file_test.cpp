@@ -1,4 +1,4 @@
-#include "browse/wav_check.hpp"
+#include "reports/wav_file.hpp"
 
 #include <gtest/gtest.h>
 
