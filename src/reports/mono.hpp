@@ -11,6 +11,9 @@ inline constexpr long k_probe_step = 1764000;         // bytes skipped before ea
 inline constexpr std::size_t k_probe_samples = 4410;  // samples read by a probe (2205 frames, 50 ms)
 inline constexpr int k_stereo_run = 5;                // differing frames in a row that decide stereo
 
+// Whether the finder looks at a track: only on-line tracks not marked "U".
+constexpr bool mono_examines(int online, char status) { return online != 0 && status != 'U'; }
+
 // Takes one probe's samples (interleaved left, right) through the rule.
 // countdown carries over from probe to probe (it starts at 5 once per track);
 // returns true when it reached 0: the track is stereo.
