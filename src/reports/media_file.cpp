@@ -13,7 +13,8 @@ void media_path(char *buf, std::size_t cap, int album_no, int track_no)
 
 int open_media(const char *path)
 {
-    // Non-blocking, so that a FIFO in the place of a media file never waits for a writer.
+    // Non-blocking, so that a FIFO in the place of a media file never waits for
+    // a writer. The flag is left on: it has no effect on a regular file.
     const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0)
         return -1;
@@ -25,11 +26,6 @@ int open_media(const char *path)
         refusal = EISDIR;
     else if (!S_ISREG(st.st_mode))
         refusal = ENXIO;
-    if (refusal == 0) {
-        const int flags = fcntl(fd, F_GETFL);
-        if (flags < 0 || fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0)
-            refusal = errno;
-    }
     if (refusal != 0) {
         close(fd);
         errno = refusal;

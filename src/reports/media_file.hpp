@@ -12,5 +12,5 @@ void media_path(char *buf, std::size_t cap, int album_no, int track_no);
 // Opens a media file for reading. Only a regular file is a media file: a
 // directory fails with EISDIR, any other kind of file (a FIFO, a socket, a
 // device) with ENXIO, so that opening never waits for a writer. Returns the
-// descriptor (close-on-exec, blocking reads), or -1 with errno set.
+// descriptor (close-on-exec), or -1 with errno set.
 int open_media(const char *path);
