@@ -29,6 +29,7 @@ void collect_tracks(int code, bool include_duplicates, std::vector<chain_entry> 
 {
     clear();
     put_text(stdscr, 12, 30, "Please Wait....");
+    refresh();
     char count[16];
     for (int a = 1; a <= max_album; ++a) {
         std::snprintf(count, sizeof count, "%d", static_cast<int>(entries.size()));
