@@ -173,6 +173,7 @@ int online_audit(const void *, int, const char *)
                 prompt(8, 4, text, reply, 0, 4);
                 clear();
                 frame(stdscr);
+                refresh();   // a clear left pending would wipe the pop-up that may come next
                 break;
             case online_action::offer_online:
                 format_online_line(text, sizeof text, a, t, r.artist, r.title, false);
@@ -184,6 +185,7 @@ int online_audit(const void *, int, const char *)
                 }
                 clear();
                 frame(stdscr);
+                refresh();   // a clear left pending would wipe the pop-up that may come next
                 break;
             }
         }
