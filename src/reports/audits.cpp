@@ -10,7 +10,6 @@
 #include "proto/msg_types.hpp"
 #include "reports/audit_scan.hpp"
 #include "reports/media_file.hpp"
-#include "reports/report_link.hpp"
 #include "reports/report_list.hpp"
 #include "reports/report_menu.hpp"
 #include "ui/menu.hpp"
@@ -168,7 +167,7 @@ int online_audit(const void *, int, const char *)
             case online_action::take_offline:
                 r.online = 0;
                 write_album(a, master_sock);
-                report_request(OFFLINE, a, t);
+                request(master_sock, OFFLINE, a, t);
                 format_online_line(text, sizeof text, a, t, r.artist, r.title, true);
                 prompt(8, 4, text, reply, 0, 4);
                 clear();

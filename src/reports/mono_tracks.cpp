@@ -4,6 +4,7 @@
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "browse/search.hpp"
+#include "core/link.hpp"
 #include "core/signals.hpp"
 #include "core/startup.hpp"
 #include "db/album.hpp"
@@ -11,7 +12,6 @@
 #include "proto/text_util.hpp"
 #include "reports/media_file.hpp"
 #include "reports/mono.hpp"
-#include "reports/report_link.hpp"
 #include "reports/report_list.hpp"
 #include "reports/report_menu.hpp"
 #include "ui/menu.hpp"
@@ -50,7 +50,7 @@ int mono_tracks(const void *, int, const char *)
             const int fd = open_media(path);
             if (fd < 0) {
                 // The file is gone: the master server is told the track is off line.
-                if (report_request(OFFLINE, a, t) == k_request_refused) {
+                if (request(master_sock, OFFLINE, a, t).album == k_refused) {
                     errno = 0;
                     error_msg("Send message failed", 0);
                 }

@@ -3,12 +3,12 @@
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "browse/search.hpp"
+#include "core/link.hpp"
 #include "core/signals.hpp"
 #include "core/startup.hpp"
 #include "db/album.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
-#include "reports/report_link.hpp"
 #include "reports/report_list.hpp"
 #include "reports/report_menu.hpp"
 #include "ui/menu.hpp"
@@ -87,7 +87,7 @@ int reset_stats(const void *, int, const char *)
         return k_escape;
     }
     // The counts change on the server; the table follows through its album notices.
-    if (report_request(RESET, 0, 0) == k_request_refused) {
+    if (request(master_sock, RESET, 0, 0).album == k_refused) {
         errno = 0;
         error_msg("Send message failed", 0);
         return k_stay;

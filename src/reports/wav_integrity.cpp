@@ -8,6 +8,7 @@
 #include "proto/text_util.hpp"
 #include "reports/report_menu.hpp"
 #include "reports/wav_scan.hpp"
+#include "ui/album_number.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
