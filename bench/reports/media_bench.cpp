@@ -139,7 +139,7 @@ pass mono_pass(bool stdio)
                 mono += stdio_is_mono(f) ? 1 : 0;
                 std::fclose(f);
             } else {
-                const int fd = open_media(path);
+                const int fd = open_regular_file(path);
                 if (fd < 0)
                     continue;
                 mono += track_is_mono(fd) ? 1 : 0;
@@ -165,7 +165,7 @@ pass audit_pass(bool stdio)
                     ++present;
                     std::fclose(f);
                 }
-            } else if (const int fd = open_media(path); fd >= 0) {
+            } else if (const int fd = open_regular_file(path); fd >= 0) {
                 ++present;
                 close(fd);
             }

@@ -12,6 +12,7 @@
 #include "reports/media_file.hpp"
 #include "reports/report_list.hpp"
 #include "reports/report_menu.hpp"
+#include "reports/wav_file.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
@@ -23,10 +24,8 @@
 #include <cstring>
 #include <curses.h>
 #include <dirent.h>
-#include <fcntl.h>
 #include <memory>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -37,11 +36,6 @@ constexpr const char *k_playlist_dir = "PlayLists";
 struct dir_closer {
     void operator()(DIR *d) const { closedir(d); }
 };
-
-struct file_closer {
-    void operator()(std::FILE *f) const { std::fclose(f); }
-};
-using file_ptr = std::unique_ptr<std::FILE, file_closer>;
 
 void log_line(void *, const char *text) { zerkalog("%s", text); }
 
@@ -62,25 +56,12 @@ bool playlist_names(DIR *dir, std::vector<std::string> &names)
 // Opens a playlist file for reading; null with errno when it cannot be opened,
 // and null with errno 0 for what is no playlist file at all (a folder, a FIFO,
 // a device): the audit passes those over, and never waits on them.
-file_ptr open_playlist(const std::string &name)
+file_handle open_playlist(const std::string &name)
 {
     const std::string path = std::string(k_playlist_dir) + "/" + name;
-    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
-        return nullptr;
-    struct stat st {};
-    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-        const int saved = S_ISREG(st.st_mode) ? errno : 0;
-        close(fd);
-        errno = saved;
-        return nullptr;
-    }
-    file_ptr f(fdopen(fd, "r"));
-    if (f == nullptr) {
-        const int saved = errno;
-        close(fd);
-        errno = saved;
-    }
+    file_handle f = open_regular_stream(path.c_str());
+    if (f.f == nullptr && (errno == EISDIR || errno == ENXIO))
+        errno = 0;
     return f;
 }
 
@@ -115,14 +96,14 @@ int plist_audit(const void *, int, const char *)
         int errors = 0;
         const audit_log_sink sink{.line = log_line, .context = nullptr};
         for (const std::string &name : names) {
-            const file_ptr f = open_playlist(name);
-            if (f == nullptr) {
+            const file_handle f = open_playlist(name);
+            if (f.f == nullptr) {
                 if (errno != 0)
                     zerkalog("Cannot open playlist: \"%s\" - %s", name.c_str(), std::strerror(errno));
                 continue;
             }
             char line[k_audit_line];
-            while (read_audit_line(f.get(), line))
+            while (read_audit_line(f.f, line))
                 errors += audit_plist_line(name.c_str(), line, sink);
         }
         if (!listed) {
@@ -159,7 +140,7 @@ int online_audit(const void *, int, const char *)
             track_rec &r = album[a].entry[t];
             char path[k_media_path];
             media_path(path, sizeof path, a, t);
-            const int fd = open_media(path);
+            const int fd = open_regular_file(path);
             if (fd >= 0)
                 close(fd);
             switch (online_audit_action(r.online != 0, fd >= 0)) {

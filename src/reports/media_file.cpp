@@ -11,7 +11,7 @@ void media_path(char *buf, std::size_t cap, int album_no, int track_no)
     std::snprintf(buf, cap, "%s/%4.4d_%2.2d.wav", "Media", album_no, track_no);
 }
 
-int open_media(const char *path)
+int open_regular_file(const char *path)
 {
     // Non-blocking, so that a FIFO in the place of a media file never waits for
     // a writer. The flag is left on: it has no effect on a regular file.

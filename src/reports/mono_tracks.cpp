@@ -47,7 +47,7 @@ int mono_tracks(const void *, int, const char *)
                 continue;
             char path[k_media_path];
             media_path(path, sizeof path, a, t);
-            const int fd = open_media(path);
+            const int fd = open_regular_file(path);
             if (fd < 0) {
                 // The file is gone: the master server is told the track is off line.
                 if (request(master_sock, OFFLINE, a, t).album == k_refused) {

@@ -15,10 +15,10 @@ constexpr std::size_t k_data_size_at = 40;          // where the header keeps th
 
 }   // namespace
 
-file_handle open_media_file(const char *path)
+file_handle open_regular_stream(const char *path)
 {
     file_handle file;
-    const int fd = open_media(path);
+    const int fd = open_regular_file(path);
     if (fd < 0)
         return file;
     file.f = fdopen(fd, "rb");
@@ -61,7 +61,7 @@ wav_outcome check_wav_file(const char *path, bool online, bool scan_glitches, in
         out.verdict = wav_verdict::offline;
         return out;
     }
-    const file_handle file = open_media_file(path);
+    const file_handle file = open_regular_stream(path);
     if (file.f == nullptr) {
         out.verdict = wav_verdict::cannot_open;
         out.error = errno;

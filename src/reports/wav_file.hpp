@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// A media file opened as open_media opens it, as a stdio stream; null with errno set.
-file_handle open_media_file(const char *path);
+// A file opened as open_regular_file opens it, as a stdio stream; null with errno set.
+file_handle open_regular_stream(const char *path);
 
 // What the first bytes of a media file say.
 enum class wav_header_kind {

@@ -20,6 +20,7 @@
 #include <dirent.h>
 #include <memory>
 #include <string>
+#include <strings.h>
 #include <unistd.h>
 
 namespace {

@@ -131,7 +131,7 @@ protected:
 
     static bool mono(const char *name)
     {
-        const int fd = open_media((std::string("Media/") + name).c_str());
+        const int fd = open_regular_file((std::string("Media/") + name).c_str());
         EXPECT_GE(fd, 0);
         const bool m = track_is_mono(fd);
         close(fd);
@@ -210,7 +210,7 @@ long long bytes_read()
 TEST_F(MonoFile, OnlyTheTenProbesAreRead)
 {
     put_audio("long.wav", 120, [](std::size_t f, int) { return tone(f, 440, 9000); });
-    const int fd = open_media("Media/long.wav");
+    const int fd = open_regular_file("Media/long.wav");
     ASSERT_GE(fd, 0);
     const long long before = bytes_read();
     if (before < 0)
