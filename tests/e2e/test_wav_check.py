@@ -103,6 +103,7 @@ def test_the_check_logs_every_file_and_the_totals(term, fake, root):
     t.settle(0.2)
     t.send("\r")   # no number: from the first album
     back_at_reports(t)
+    t.settle(0.3)
     screen = t.text()
     lines = wait_log(root, "WAVcheck Finished: 10 files processed, 7 errors found")
     assert checker_lines(root) == [
