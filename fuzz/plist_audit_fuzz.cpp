@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;   // fmemopen refuses an empty buffer on some libraries
     char line[k_audit_line];
     std::size_t lines = 0;
-    const audit_log_sink sink{.line = check_logged, .context = nullptr};
+    const line_sink sink{.line = check_logged, .context = nullptr};
     while (read_audit_line(f, line)) {
         if (strnlen(line, sizeof line) == sizeof line)
             std::abort();

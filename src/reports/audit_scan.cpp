@@ -122,7 +122,7 @@ void format_title_mismatch(char *buf, std::size_t cap, const char *file, int alb
                   album_no, track_no, stored, expected);
 }
 
-int audit_plist_line(const char *file, const char *line, const audit_log_sink &log)
+int audit_plist_line(const char *file, const char *line, const line_sink &log)
 {
     plist_ref ref;
     if (!scan_plist_ref(line, ref))

@@ -3,6 +3,8 @@
 // does with a track whose flag and media file disagree.
 #pragma once
 
+#include "reports/line_sink.hpp"
+
 #include <cstddef>
 #include <cstdio>
 
@@ -46,17 +48,11 @@ void format_artist_mismatch(char *buf, std::size_t cap, const char *file, int al
 void format_title_mismatch(char *buf, std::size_t cap, const char *file, int album_no, int track_no,
                            const char *stored, const char *expected);
 
-// Where the audit's lines go: one log line each, without time stamp.
-struct audit_log_sink {
-    void (*line)(void *context, const char *text);
-    void *context;
-};
-
 // Checks one line of the playlist file `file` against the album table: a line
 // that is no playlist line is passed over; otherwise each of artist and title
 // that differs is logged. Numbers outside the table are compared with blank
 // texts. Returns the number of mismatches (0, 1 or 2).
-int audit_plist_line(const char *file, const char *line, const audit_log_sink &log);
+int audit_plist_line(const char *file, const char *line, const line_sink &log);
 
 // What the on-line audit does with one track.
 enum class online_action {

@@ -94,7 +94,7 @@ int plist_audit(const void *, int, const char *)
         const int listing_error = errno;
         std::sort(names.begin(), names.end());
         int errors = 0;
-        const audit_log_sink sink{.line = log_line, .context = nullptr};
+        const line_sink sink{.line = log_line, .context = nullptr};
         for (const std::string &name : names) {
             const file_handle f = open_playlist(name);
             if (f.f == nullptr) {

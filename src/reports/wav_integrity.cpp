@@ -18,16 +18,11 @@
 #include <cstring>
 #include <curses.h>
 #include <dirent.h>
-#include <memory>
 #include <string>
 #include <strings.h>
 #include <unistd.h>
 
 namespace {
-
-struct dir_closer {
-    void operator()(DIR *d) const { closedir(d); }
-};
 
 void log_line(void *, const char *text) { zerkalog("%s", text); }
 
@@ -45,7 +40,7 @@ void log_line(void *, const char *text) { zerkalog("%s", text); }
     if (master_sock >= 0)
         close(master_sock);
     change_proc_name(prog_desc, "WAVcheck");
-    wav_check_walk(glitches, first_album, max_album, wav_log_sink{.line = log_line, .context = nullptr});
+    wav_check_walk(glitches, first_album, max_album, line_sink{.line = log_line, .context = nullptr});
     _exit(0);
 }
 
@@ -65,13 +60,12 @@ int wav_integrity(const void *, int, const char *)
         return k_stay;
     }
     copy_bounded(heading, "WAV integrity check");
-    {
-        const std::unique_ptr<DIR, dir_closer> media(opendir("Media"));
-        if (media == nullptr) {
-            error_msg("Problem opening media directory", errno);
-            return k_stay;
-        }
+    DIR *media = opendir("Media");
+    if (media == nullptr) {
+        error_msg("Problem opening media directory", errno);
+        return k_stay;
     }
+    closedir(media);
     clear();
     frame(stdscr);
     put_text(stdscr, 2, 30, "WAV integrity check");

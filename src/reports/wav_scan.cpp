@@ -30,7 +30,7 @@ void format_check_finished(char *buf, std::size_t cap, int files, int errors)
         std::snprintf(buf, cap, "WAVcheck Finished: %d files processed, %d errors found\n", files, errors);
 }
 
-wav_check_totals wav_check_walk(bool glitches, int first, int last, const wav_log_sink &log)
+wav_check_totals wav_check_walk(bool glitches, int first, int last, const line_sink &log)
 {
     if (first < 1)
         first = 1;

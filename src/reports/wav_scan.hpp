@@ -2,14 +2,9 @@
 // free of the process around it so that it can be run and read directly.
 #pragma once
 
-#include <cstddef>
+#include "reports/line_sink.hpp"
 
-// Where the walk's lines go (the checker gives zerkalog): one line, without
-// time stamp or final newline.
-struct wav_log_sink {
-    void (*line)(void *context, const char *text);
-    void *context;
-};
+#include <cstddef>
 
 // "WAVcheck Started at album %04d, looking for glitches", or without the
 // glitch flag "WAVcheck Started at album %04d".
@@ -34,4 +29,4 @@ struct wav_check_totals {
 // directory's "Media" folder, and writes the started line, one "%s: %s" line
 // (path, result) per fault, one line per album and the finished line. A file
 // that cannot be opened counts in the total but not in its album's count.
-wav_check_totals wav_check_walk(bool glitches, int first, int last, const wav_log_sink &log);
+wav_check_totals wav_check_walk(bool glitches, int first, int last, const line_sink &log);

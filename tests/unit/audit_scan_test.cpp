@@ -125,7 +125,7 @@ TEST(AuditFields, TheTwoMismatchLinesAreSpacedDifferently)
 class AuditTable : public ::testing::Test {
 protected:
     std::vector<std::string> logged;
-    audit_log_sink sink{.line = [](void *c, const char *t) { static_cast<std::vector<std::string> *>(c)->push_back(t); },
+    line_sink sink{.line = [](void *c, const char *t) { static_cast<std::vector<std::string> *>(c)->push_back(t); },
                         .context = &logged};
 
     void SetUp() override

@@ -39,7 +39,7 @@ TEST(WavScanText, TheLogLines)
 class WavScan : public media_test::media_folder {
 protected:
     std::vector<std::string> lines;
-    wav_log_sink sink{.line = [](void *c, const char *t) { static_cast<std::vector<std::string> *>(c)->push_back(t); },
+    line_sink sink{.line = [](void *c, const char *t) { static_cast<std::vector<std::string> *>(c)->push_back(t); },
                       .context = &lines};
 
     void SetUp() override
