@@ -96,16 +96,16 @@ int first_page(int code, bool include_duplicates, bool one_by_one, double &secon
             report_album_tracks(code, include_duplicates, a, entries);
     }
     const int keep = kind.album_list ? 1 : include_duplicates ? 1 : 0;
-    chain_item *list = nullptr;
+    chain_list list;
     int count = 0;
     if (one_by_one) {
         for (const chain_entry &e : entries)
-            count += link_track(&list, kind.order, e.album_no, e.track_no, e.key, keep);
+            count += link_track(list, kind.order, e.album_no, e.track_no, e.key, keep);
     } else {
-        count = build_chain(&list, kind.order, entries, keep);
+        count = build_chain(list, kind.order, entries, keep);
     }
     std::vector<chain_item *> index;
-    for (chain_item *e = list; e != nullptr; e = e->next)
+    for (chain_item *e = list.head(); e != nullptr; e = e->next)
         index.push_back(e);
     const page_view view = page_start(static_cast<int>(index.size()), 0);
     char line[160];
@@ -118,7 +118,6 @@ int first_page(int code, bool include_duplicates, bool one_by_one, double &secon
     }
     format_position(line, sizeof line, current_ordinal(view), count);
     seconds = seconds_since(t0);
-    free_chain(list);
     return drawn > 0 || count == 0 ? count : -1;
 }
 

@@ -76,14 +76,13 @@ int mono_tracks(const void *, int, const char *)
     char reply[2] = "";
     prompt(12, 29, "Proceed: ", reply, 1, 0);
     if (count > 0) {
-        chain_item *list = nullptr;
-        const int listed = build_chain(&list, k_order_numeric, found, 1);
+        chain_list list;
+        const int listed = build_chain(list, k_order_numeric, found, 1);
         if (listed >= 0) {
             copy_bounded(heading, "Monaural Tracks");
             copy_bounded(footer, "^^R re-sort  ^^V reverse sort-order   track^list");
-            browser(&list, listed, 0, search_svce, k_browse_plain);
+            browser(list, listed, 0, search_svce, k_browse_plain);
         }
-        free_chain(list);
         install_handler(SIGINT, interrupt_func);
     }
     // With nothing found the interrupt stays with abort_func: kept as the program has always done.

@@ -64,14 +64,13 @@ int report_func(const void *, int menu_code, const char *)
         }
         collect_tracks(code, include_duplicates, entries);
     }
-    chain_item *list = nullptr;
-    const int count = build_chain(&list, kind.order, entries, kind.album_list || include_duplicates ? 1 : 0);
+    chain_list list;
+    const int count = build_chain(list, kind.order, entries, kind.album_list || include_duplicates ? 1 : 0);
     if (count >= 0) {
         copy_bounded(footer, kind.album_list ? "^^R re-sort  ^^V reverse sort-order   ^duplicates"
                                              : "^^R re-sort  ^^V reverse sort-order   track^list");
-        browser(&list, count, 0, search_svce, kind.album_list ? k_browse_no_ops : k_browse_plain);
+        browser(list, count, 0, search_svce, kind.album_list ? k_browse_no_ops : k_browse_plain);
     }
-    free_chain(list);
     install_handler(SIGINT, interrupt_func);
     return k_stay;
 }
