@@ -1,5 +1,6 @@
 #include "server/demo.hpp"
 
+#include "server/demo_music.hpp"
 #include "proto/album_text.hpp"
 #include "proto/text_util.hpp"
 #include "proto/transfer_text.hpp"
@@ -14,15 +15,19 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <algorithm>
+#include <atomic>
+#include <mutex>
 #include <sys/stat.h>
+#include <thread>
 #include <vector>
 
 namespace {
 
-// One demo track: its title, length, status and whether its media is on line.
+// One demo track: its title, length (a short one for the tests' library), status and whether its media is on line.
 struct demo_track {
     const char *title;
-    int seconds;
+    int seconds;   // 3..6: the short length; the demo's own tracks last 30 to 42 seconds
     char status;
     bool online;
     const char *artist;   // nullptr: the album's artist
@@ -33,6 +38,8 @@ struct demo_album {
     const char *title;
     int root_note;   // semitones above A2 of the album's key
     std::vector<demo_track> tracks;
+    music_style style = music_style::folk;   // who plays (a compilation's tracks take turns)
+    bool minor = false;                      // the album's mode
 };
 
 // The demo albums: invented artists and titles.
@@ -44,111 +51,137 @@ const std::vector<demo_album> &demo_albums()
           {"Copper Wire Waltz", 5, '-', true, nullptr},
           {"Quay Street at Dusk", 3, '-', true, nullptr},
           {"The Conductor's Whistle", 4, '-', true, nullptr},
-          {"Tramlines in the Rain", 5, '-', true, nullptr}}},
+          {"Tramlines in the Rain", 5, '-', true, nullptr}}, music_style::lounge, false},
         {"Osgood Pellin Quartet", "Slow Weather", 5,
          {{"Barometer Blues", 5, 'S', true, nullptr},
           {"A Front Moving East", 4, '-', true, nullptr},
           {"Drizzle in B Flat", 3, '-', true, nullptr},
           {"Isobars", 6, '-', true, nullptr},
-          {"Clearing Later", 4, '-', true, nullptr}}},
+          {"Clearing Later", 4, '-', true, nullptr}}, music_style::lounge, false},
         {"Juniper Voss", "Paper Harbours", 0,
          {{"Folded Boats", 4, '-', true, nullptr},
           {"Origami Tide (Part One)", 5, '-', true, nullptr},
           {"Origami Tide (Part Two)", 4, '-', true, nullptr},
           {"Ink on the Water", 3, '-', true, nullptr},
-          {"Paper Harbours", 6, '-', true, nullptr}}},
+          {"Paper Harbours", 6, '-', true, nullptr}}, music_style::folk, false},
         {"The Quiet Barometers", "Pressure Systems", 7,
          {{"High Pressure Morning", 4, '-', true, nullptr},
           {"Low Cloud Anthem", 5, 'S', true, nullptr},
           {"Weathervane", 3, '-', true, nullptr},
           {"Millibar", 4, '-', true, nullptr},
           {"The Long Calm", 5, '-', true, nullptr},
-          {"Gale Warning", 3, '-', true, nullptr}}},
+          {"Gale Warning", 3, '-', true, nullptr}}, music_style::pop, false},
         {"Halvard Nyqvist Trio", "Night Ferry to Ystad", 2,
          {{"Boarding", 3, '-', true, nullptr},
           {"Cabin Seven", 5, '-', true, nullptr},
           {"Engine Room Lullaby", 4, '-', true, nullptr},
           {"Foghorn Etude", 4, 'U', true, nullptr},
-          {"Arrival at Dawn", 5, '-', true, nullptr}}},
+          {"Arrival at Dawn", 5, '-', true, nullptr}}, music_style::lounge, true},
         {"Coral Static", "Signal Gardens", 9,
          {{"Carrier Wave", 4, '-', true, nullptr},
           {"Antenna Bloom", 3, '-', true, nullptr},
           {"Shortwave Roses", 5, '-', true, nullptr},
           {"Interference Pattern", 4, '-', true, nullptr},
-          {"Test Card Serenade", 5, '-', true, nullptr}}},
+          {"Test Card Serenade", 5, '-', true, nullptr}}, music_style::pop, true},
         {"Bramblewick Choir", "Hymns for Small Rooms", 4,
          {{"Kettle Hymn", 5, '-', true, nullptr},
           {"Windowsill Chorale", 4, '-', true, nullptr},
           {"Song for the Stairwell", 3, 'S', true, nullptr},
           {"Candle Canticle", 6, '-', true, nullptr},
-          {"Amen for the Attic", 4, '-', true, nullptr}}},
+          {"Amen for the Attic", 4, '-', true, nullptr}}, music_style::choir, false},
         {"Ottoline Marsh", "The Cartographer's Daughter", 1,
          {{"Contour Lines", 4, '-', true, nullptr},
           {"Here Be Dragons", 5, 'N', true, nullptr},
           {"Compass Rose", 3, '-', true, nullptr},
           {"Scale One to Fifty Thousand", 5, '-', true, nullptr},
-          {"Uncharted", 4, '-', true, nullptr}}},
+          {"Uncharted", 4, '-', true, nullptr}}, music_style::folk, true},
         {"Dusty Compass Band", "Roads Without Maps", 6,
          {{"Gravel and Gold", 4, '-', true, nullptr},
           {"Crossroads Two-Step", 3, '-', true, nullptr},
           {"Mile Marker Ninety", 5, '-', true, nullptr},
           {"Dust Devil Reel", 4, '-', true, nullptr},
-          {"The Long Way Home", 6, '-', true, nullptr}}},
+          {"The Long Way Home", 6, '-', true, nullptr}}, music_style::folk, false},
         {"Kestrel & Finch", "Two Birds, One Song", 8,
          {{"Hover", 4, 'S', true, nullptr},
           {"Hedgerow Duet", 5, '-', true, nullptr},
           {"Wingspan", 3, '-', true, nullptr},
           {"Thermal", 4, '-', true, nullptr},
-          {"Roosting", 5, '-', true, nullptr}}},
+          {"Roosting", 5, '-', true, nullptr}}, music_style::mallets, false},
         {"The Tin Orchard", "Apples in Winter", 10,
          {{"Frost on the Branches", 4, '-', true, nullptr},
           {"Cider Press", 3, '-', true, nullptr},
           {"Windfall", 5, '-', true, nullptr},
           {"Grafting Song", 4, '-', true, nullptr},
           {"Cellar Door", 5, '-', false, nullptr},
-          {"Blossom Again", 4, '-', false, nullptr}}},
+          {"Blossom Again", 4, '-', false, nullptr}}, music_style::mallets, true},
         {"Selma Ravensworth", "Glasshouse Lullabies", 11,
          {{"Fern Light", 5, '-', true, nullptr},
           {"Condensation", 4, '-', true, nullptr},
           {"Under the Vine", 3, '-', false, nullptr},
           {"Orchid Hours", 5, '-', true, nullptr},
-          {"Sleep, Little Seedling", 6, '-', true, nullptr}}},
+          {"Sleep, Little Seedling", 6, '-', true, nullptr}}, music_style::choir, false},
         {"Various Artists", "Tones of the Zerka Jukebox", 5,
          {{"Overture for Loudspeakers", 4, '-', true, "Marigold Tramway"},
           {"Rainy Day Ostinato", 3, '-', true, "Osgood Pellin Quartet"},
           {"Bellbuoy", 5, 'S', true, "Juniper Voss"},
           {"Static on the Line", 4, '-', true, "Coral Static"},
           {"Evensong Sketch", 3, '-', true, "Bramblewick Choir"},
-          {"Tailwind", 4, '-', true, "Kestrel & Finch"}}},
+          {"Tailwind", 4, '-', true, "Kestrel & Finch"}}, music_style::pop, false},
     };
     return albums;
 }
 
-// A small deterministic generator for the tunes.
-struct tune_rng {
-    std::uint32_t state;
-    std::uint32_t next()
-    {
-        state = state * 1664525u + 1013904223u;
-        return state >> 8;
-    }
+// The length of a track: the table's few seconds for the tests' library, or
+// 30 to 42 seconds for the demo, long enough to work between two "Now Playing" notices.
+int track_seconds(int album, int track, int short_seconds, bool short_tracks)
+{
+    return short_tracks ? short_seconds : 21 + 3 * short_seconds + (album + track) % 4;
+}
+
+// The piece of one track.
+piece_plan track_plan(int album, int track, const demo_album &a)
+{
+    // A compilation's tracks take the styles in turn.
+    const music_style style = a.tracks.size() > 0 && a.tracks[0].artist != nullptr
+                                  ? static_cast<music_style>(track % k_music_styles)
+                                  : a.style;
+    return plan_piece(album, track, a.root_note, style, a.minor);
+}
+
+// One media file to write.
+struct media_job {
+    std::string path;
+    piece_plan plan;
+    int seconds;
 };
 
-// The tune of one track: a phrase of notes from a pentatonic scale in the album's key.
-std::string demo_tune(int album, int track, int root_note, int seconds)
+// Renders and writes the media files, on as many threads as the machine has
+// cores (at most four). False with a reason when one cannot be written.
+bool write_media(const std::vector<media_job> &jobs, std::string &error)
 {
-    constexpr int scale[] = {0, 2, 4, 7, 9, 12, 14, 16};
-    tune_rng rng{static_cast<std::uint32_t>(album * 7919 + track * 104729)};
-    std::vector<tone_note> notes;
-    const int count = 6 + static_cast<int>(rng.next() % 5);
-    for (int i = 0; i < count; ++i) {
-        const int step = scale[rng.next() % std::size(scale)];
-        const double freq = 110.0 * std::pow(2.0, (root_note + 12 + step) / 12.0);
-        const double length = (rng.next() % 3 == 0) ? 0.5 : 0.25;
-        notes.push_back({freq, length});
-    }
-    notes.push_back({0.0, 0.25});   // a breath at the end of the phrase
-    return synth_tune(notes.data(), notes.size(), seconds, 0.1 * static_cast<double>(track % 3) - 0.1);
+    const unsigned cores = std::thread::hardware_concurrency();
+    const unsigned count = std::clamp(cores, 1u, 4u);
+    std::atomic<std::size_t> next{0};
+    std::mutex failed_lock;
+    std::string failed;
+    const auto work = [&] {
+        for (std::size_t i; (i = next.fetch_add(1)) < jobs.size();) {
+            const media_job &j = jobs[i];
+            if (!write_wav_file(j.path, render_piece(j.plan, j.seconds))) {
+                const std::lock_guard<std::mutex> hold(failed_lock);
+                failed = "cannot write " + j.path + " - " + std::strerror(errno);
+                next = jobs.size();
+            }
+        }
+    };
+    std::vector<std::thread> threads;
+    for (unsigned t = 1; t < count; ++t)
+        threads.emplace_back(work);
+    work();
+    for (std::thread &t : threads)
+        t.join();
+    error = failed;
+    return failed.empty();
 }
 
 // A length as "mm:ss".
@@ -166,7 +199,7 @@ bool make_dir(const std::string &path)
 }
 
 // The album text of a demo album.
-std::string demo_album_text(int number, const demo_album &a, std::int64_t now)
+std::string demo_album_text(int number, const demo_album &a, std::int64_t now, bool short_tracks)
 {
     static album_rec rec;
     std::memset(&rec, 0, sizeof rec);
@@ -176,7 +209,8 @@ std::string demo_album_text(int number, const demo_album &a, std::int64_t now)
         track_rec &t = rec.entry[i + 1];
         copy_bounded(t.artist, d.artist != nullptr ? d.artist : a.artist);
         copy_bounded(t.title, d.title);
-        copy_bounded(t.time, time_text(d.seconds));
+        const int seconds = track_seconds(number, static_cast<int>(i) + 1, d.seconds, short_tracks);
+        copy_bounded(t.time, time_text(seconds));
         t.status = d.status;
         t.online = d.online ? 1 : 0;
         t.cd_ident = 0x5A000000u + static_cast<unsigned>(number) * 0x10000u + static_cast<unsigned>(i + 1);
@@ -185,7 +219,7 @@ std::string demo_album_text(int number, const demo_album &a, std::int64_t now)
             t.plays = 1 + (number + static_cast<int>(i)) % 5;
             t.last_played = now - 86400 * (1 + (number * 3 + static_cast<int>(i)) % 20);
         }
-        total += d.seconds;
+        total += seconds;
     }
     track_rec &head = rec.entry[0];
     copy_bounded(head.artist, a.artist);
@@ -214,7 +248,7 @@ bool write_demo_playlist(const album_store &s, const std::string &path, std::ini
 
 }   // namespace
 
-bool make_demo(const std::string &dir, std::string &error)
+bool make_demo(const std::string &dir, bool short_tracks, std::string &error)
 {
     const server_paths paths = paths_for_root(dir);
     struct stat sb {};
@@ -232,10 +266,11 @@ bool make_demo(const std::string &dir, std::string &error)
         return false;
     const std::int64_t now = static_cast<std::int64_t>(std::time(nullptr));
     const auto &albums = demo_albums();
+    std::vector<media_job> jobs;
     for (std::size_t n = 0; n < albums.size(); ++n) {
         const int number = static_cast<int>(n) + 1;
         const demo_album &a = albums[n];
-        if (!store_write_text(store, number, demo_album_text(number, a, now))) {
+        if (!store_write_text(store, number, demo_album_text(number, a, now, short_tracks))) {
             error = "cannot write album " + std::to_string(number) + " to the database";
             return false;
         }
@@ -243,13 +278,13 @@ bool make_demo(const std::string &dir, std::string &error)
             if (!a.tracks[i].online)
                 continue;   // off line: its media is not on disk
             const int track = static_cast<int>(i) + 1;
-            const std::string path = media_path(paths.media, number, track);
-            if (!write_wav_file(path, demo_tune(number, track, a.root_note, a.tracks[i].seconds))) {
-                error = "cannot write " + path + " - " + std::strerror(errno);
-                return false;
-            }
+            jobs.push_back({.path = media_path(paths.media, number, track),
+                            .plan = track_plan(number, track, a),
+                            .seconds = track_seconds(number, track, a.tracks[i].seconds, short_tracks)});
         }
     }
+    if (!write_media(jobs, error))
+        return false;
     // A chain: the two parts of "Origami Tide" always play together.
     store_link(store, 3, 2, 3, 2);
     store_link(store, 3, 3, 3, 2);

@@ -3,6 +3,7 @@
 #include "proto/album_text.hpp"
 #include "proto/text_util.hpp"
 #include "server/cd_disc.hpp"
+#include "server/demo_music.hpp"
 #include "server/state.hpp"
 #include "server/store.hpp"
 #include "server/wav.hpp"
@@ -32,14 +33,18 @@ constexpr disc_track k_tracks[] = {
     {"Arrival, First Light", 5, false},
 };
 
-// A slow arpeggio for each track, in a key of its own.
+// The length of a track: long for the demo, the table's few seconds for tests.
+int disc_seconds(std::size_t i, bool short_tracks)
+{
+    return short_tracks ? k_tracks[i].seconds : 5 * k_tracks[i].seconds + 5 + static_cast<int>(i) % 2;
+}
+
+// The piece of a track: slow nocturnes in a minor key, lounge style.
 std::string tune(int track, int seconds)
 {
-    constexpr int steps[] = {0, 3, 7, 10, 12, 10, 7, 3};
-    std::vector<tone_note> notes;
-    for (int i = 0; i < 8; ++i)
-        notes.push_back({220.0 * std::pow(2.0, (steps[i] + 2 * track) / 12.0), 0.375});
-    return synth_tune(notes.data(), notes.size(), seconds, 0.15);
+    piece_plan p = plan_piece(14, track + 1, 2, music_style::lounge, true);
+    p.bpm = 80 + 4 * track;
+    return render_piece(p, seconds);
 }
 
 bool write_file(const std::string &path, std::string_view content)
@@ -56,7 +61,7 @@ bool make_dir(const std::string &path) { return ::mkdir(path.c_str(), 0755) == 0
 }   // namespace
 
 bool make_demo_disc(const std::string &disc_dir, const std::string &master_root, const std::string &local_root,
-                    std::string &error)
+                    bool short_tracks, std::string &error)
 {
     const server_paths master = paths_for_root(master_root);
     const server_paths local = paths_for_root(local_root);
@@ -72,7 +77,7 @@ bool make_demo_disc(const std::string &disc_dir, const std::string &master_root,
     std::vector<std::int64_t> bytes;
     std::string bin;
     for (std::size_t i = 0; i < std::size(k_tracks); ++i) {
-        samples.push_back(tune(static_cast<int>(i), k_tracks[i].seconds));
+        samples.push_back(tune(static_cast<int>(i), disc_seconds(i, short_tracks)));
         bytes.push_back(static_cast<std::int64_t>(samples.back().size()));
         bin += samples.back();
     }
@@ -107,11 +112,12 @@ bool make_demo_disc(const std::string &disc_dir, const std::string &master_root,
         track_rec &t = rec.entry[i + 1];
         copy_bounded(t.artist, k_artist);
         copy_bounded(t.title, k_tracks[i].title);
-        std::snprintf(t.time, sizeof t.time, "%02d:%02d", k_tracks[i].seconds / 60, k_tracks[i].seconds % 60);
+        const int seconds = disc_seconds(i, short_tracks);
+        std::snprintf(t.time, sizeof t.time, "%02d:%02d", seconds / 60, seconds % 60);
         t.status = '-';
         t.online = k_tracks[i].online ? 1 : 0;
         t.cd_ident = id;
-        total += k_tracks[i].seconds;
+        total += seconds;
     }
     track_rec &head = rec.entry[0];
     copy_bounded(head.artist, k_artist);

@@ -8,5 +8,6 @@
 // Writes DISC_DIR/drive.cue and drive.bin (copy both into the drive folder to
 // put the disc in), DISC_DIR/freedb/misc/<identifier>, and the album into the
 // databases of both roots (the next free number of the master). False with a reason.
+// Its tracks last 30 to 40 seconds, or 5 to 7 with `short_tracks` (tests).
 bool make_demo_disc(const std::string &disc_dir, const std::string &master_root, const std::string &local_root,
-                    std::string &error);
+                    bool short_tracks, std::string &error);

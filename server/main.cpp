@@ -4,8 +4,8 @@
 //               [--reboot-command "PROGRAM ARGS"] [--poweroff-command "PROGRAM ARGS"]
 //               [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR] [--cd-simulate]
 //                [--cdrdao PATH] [--cd-speed N]]
-//   zerkaserver --make-demo DIR
-//   zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT
+//   zerkaserver --make-demo DIR [--short-tracks]
+//   zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT [--short-tracks]
 //   zerkaserver --cd-helper VERB ...     (the drive helper the server starts itself)
 #include "server/cd_drive.hpp"
 #include "server/cd_helper.hpp"
@@ -22,6 +22,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <string_view>
@@ -39,8 +40,8 @@ constexpr const char *k_usage =
     "                   [--reboot-command \"PROGRAM ARGS\"] [--poweroff-command \"PROGRAM ARGS\"]\n"
     "                   [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR]\n"
     "                    [--cd-simulate] [--cdrdao PATH] [--cd-speed N]]\n"
-    "       zerkaserver --make-demo DIR\n"
-    "       zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT\n"
+    "       zerkaserver --make-demo DIR [--short-tracks]\n"
+    "       zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT [--short-tracks]\n"
     "\n"
     "  --root DIR       the server's root: Media, PlayLists, History and the database zerka.db\n"
     "  --listen ADDR    address to listen on (default 127.0.0.1)\n"
@@ -52,7 +53,8 @@ constexpr const char *k_usage =
     "                   what a client's REBOOT or SHUTDOWN runs (words split at blanks, no shell;\n"
     "                   PROGRAM an absolute path) after the server has stopped cleanly; without\n"
     "                   them those requests are refused\n"
-    "  --make-demo DIR  write a demo root with invented albums and synthesised media\n"
+    "  --make-demo DIR  write a demo root with invented albums and composed media (30 to 42 seconds\n"
+    "                   a track; --short-tracks: 3 to 6 seconds, for tests)\n"
     "  --make-demo-disc the demo's CD: an image in DISC_DIR (drive.cue, drive.bin) and its freedb entry,\n"
     "                   its album in both roots' databases with some tracks off line\n"
     "\n"
@@ -82,9 +84,14 @@ int main(int argc, char **argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == "--cd-helper")
         return cd_helper_main(argc - 2, argv + 2);
-    if (argc == 5 && std::string_view(argv[1]) == "--make-demo-disc") {
+    if (argc >= 5 && std::string_view(argv[1]) == "--make-demo-disc") {
+        const bool short_tracks = argc == 6 && std::string_view(argv[5]) == "--short-tracks";
+        if (argc > 6 || (argc == 6 && !short_tracks)) {
+            std::fputs(k_usage, stderr);
+            return 2;
+        }
         std::string error;
-        if (!make_demo_disc(argv[2], argv[3], argv[4], error)) {
+        if (!make_demo_disc(argv[2], argv[3], argv[4], short_tracks, error)) {
             std::fprintf(stderr, "zerkaserver: cannot make the demo disc: %s\n", error.c_str());
             return 1;
         }
@@ -97,6 +104,7 @@ int main(int argc, char **argv)
     net_options opt;
     opt.port = k_default_port;
     power_commands power;
+    bool short_tracks = false;
     for (int i = 1; i < argc; ++i) {
         const std::string_view a = argv[i];
         const bool has_value = i + 1 < argc;
@@ -106,6 +114,10 @@ int main(int argc, char **argv)
         }
         if (a == "--cd-simulate") {
             cd.simulate = true;
+            continue;
+        }
+        if (a == "--short-tracks") {
+            short_tracks = true;
             continue;
         }
         if (!has_value) {
@@ -182,13 +194,18 @@ int main(int argc, char **argv)
     if (!demo.empty()) {
         const auto started = std::chrono::steady_clock::now();
         std::string error;
-        if (!make_demo(demo, error)) {
+        if (!make_demo(demo, short_tracks, error)) {
             std::fprintf(stderr, "zerkaserver: cannot make the demo root: %s\n", error.c_str());
             return 1;
         }
         const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
-        std::printf("zerkaserver: demo root written to %s in %.1f s\n", demo.c_str(),
-                    static_cast<double>(ms.count()) / 1000.0);
+        std::uintmax_t bytes = 0;
+        std::error_code ec;
+        for (const auto &e : std::filesystem::recursive_directory_iterator(demo, ec))
+            if (e.is_regular_file(ec))
+                bytes += e.file_size(ec);
+        std::printf("zerkaserver: demo root written to %s in %.1f s (%.0f MB)\n", demo.c_str(),
+                    static_cast<double>(ms.count()) / 1000.0, static_cast<double>(bytes) / 1e6);
         return 0;
     }
     if (root.empty()) {

@@ -55,7 +55,7 @@ inline bool start_server(const std::string &exe, bool demo, server_proc &out)
         return false;
     out.root = templ;
     if (demo) {
-        const char *const make[] = {exe.c_str(), "--make-demo", out.root.c_str(), nullptr};
+        const char *const make[] = {exe.c_str(), "--make-demo", out.root.c_str(), "--short-tracks", nullptr};
         if (!run_to_end(make))
             return false;
     }

@@ -27,9 +27,9 @@ ZERKASERVER = os.path.join(BUILD, "zerkaserver")
 
 
 def make_demo_root():
-    """A fresh demo root (zerkaserver --make-demo) in a short temporary folder."""
+    """A fresh demo root (zerkaserver --make-demo) in a short temporary folder, with the tests' short tracks."""
     root = tempfile.mkdtemp(prefix="zks", dir="/tmp")
-    subprocess.run([ZERKASERVER, "--make-demo", root], check=True, capture_output=True, timeout=60)
+    subprocess.run([ZERKASERVER, "--make-demo", root, "--short-tracks"], check=True, capture_output=True, timeout=60)
     return root
 
 

@@ -643,7 +643,7 @@ def test_the_demo_disc_brings_its_off_line_tracks_on_line():
     master_root = make_demo_root()
     folder = tempfile.mkdtemp(prefix="zkd", dir="/tmp")
     disc_dir, local_root = os.path.join(folder, "disc"), os.path.join(folder, "local")
-    out = subprocess.run([ZERKASERVER, "--make-demo-disc", disc_dir, master_root, local_root],
+    out = subprocess.run([ZERKASERVER, "--make-demo-disc", disc_dir, master_root, local_root, "--short-tracks"],
                          capture_output=True, text=True, timeout=60)
     assert out.returncode == 0, out.stderr
     assert "(album 0014, Wren Adeyemi & the Lamplighters - Night Trains and Nocturnes)" in out.stdout
