@@ -110,6 +110,7 @@ void h_client_open(request_ctx &c)
 {
     // The greeting's reply is matched by its type; its sequence sets the client's counter.
     post(c.out, target::requester, make_frame(CLIENT_OPEN, k_greeting_sequence, c.req.album, 0, {}));
+    c.self.greeted = true;
 }
 
 // GETTIME: the server clock as hexadecimal seconds.

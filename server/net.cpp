@@ -267,12 +267,15 @@ void server::deliver(const outbox &out, connection *requester)
             continue;
         }
         for (const auto &c : all) {
+            // A client waits for its greeting's reply with the sequence 0 of the
+            // notices: until it has it, it hears none, or it would take one for it.
+            const bool client = !c->s.audio && c->s.greeted;
             const bool audio = c->s.audio;
             bool wanted = false;
             switch (m.to) {
-            case target::all: wanted = !audio; break;
-            case target::others: wanted = !audio && c.get() != requester; break;
-            case target::viewers: wanted = !audio && c->s.viewing == m.plist; break;
+            case target::all: wanted = client; break;
+            case target::others: wanted = client && c.get() != requester; break;
+            case target::viewers: wanted = client && c->s.viewing == m.plist; break;
             case target::audio: wanted = audio; break;
             case target::session: wanted = c->s.id == m.session; break;
             case target::requester: break;

@@ -87,6 +87,7 @@ struct session {
     int id = 0;                  // connection number, for the log and the console lock
     std::string peer;            // "address:port"
     bool audio = false;          // an audio stream (after AUDIO): gets audio only
+    bool greeted = false;        // CLIENT_OPEN came: notices go to it from then on
     std::string viewing;         // the offline playlist it last opened ("" = the current playlist)
     history_walk walk;           // a HISTORY walk in progress
     std::vector<int> allocated;  // album numbers handed to it and not yet written

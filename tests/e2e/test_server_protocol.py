@@ -15,7 +15,7 @@ import pytest
 
 from fakeserver import (ALBUM_DELETED, ALBUM_READ, ALBUM_WRITE, ALBUM_WRITTEN, AUDIO, CD_EJECT, CLIENT_OPEN,
                         CONSOLE, DIRLIST, GET_MODE, GETTIME, GO, HISTORY, LINK_QUERY, PLIST_ADD, PLIST_GET,
-                        PLIST_NOW, PLIST_READ, PLIST_UPDATE, REBOOT, RET_CHECK, SERVER_DOWN, SHORTLIST, SHUTDOWN,
+                        PLIST_DELETE, PLIST_NOW, PLIST_READ, PLIST_UPDATE, REBOOT, RET_CHECK, SERVER_DOWN, SHORTLIST, SHUTDOWN,
                         SKIP, STOP_SERVICE, Msg, album_text)
 from realserver import ZERKASERVER, RealServer, make_demo_root
 
@@ -128,6 +128,22 @@ def test_greeting_and_clock(demo):
     assert c.seq == 0x0101
     now = int(c.request(GETTIME, album=0, text=b"Time").str, 16)
     assert abs(now - time.time()) < 5
+
+
+def test_no_notice_reaches_a_client_before_its_greeting_is_answered(demo):
+    # The greeting goes out with the sequence 0 of the notices: a notice before its
+    # answer would be taken for it, and the client's counter would start at 0x0000.
+    late = demo.client(greet=False)
+    a = demo.client()
+    assert a.request(PLIST_ADD, album=6, track=2, text=b"current.lst").album == 6
+    assert a.request(PLIST_UPDATE, album=6, track=2, text=b"current.lst").album == 6
+    late.send(CLIENT_OPEN, seq=0)
+    first = late.recv()
+    assert (first.type, first.seq) == (CLIENT_OPEN, 0x0100)
+    late.seq = 0x0101
+    # From then on it hears them.
+    assert a.request(PLIST_DELETE, album=6, track=2, text=b"current.lst").album == 6
+    assert late.wait_notice(PLIST_UPDATE).text == b""
 
 
 def test_album_changes_reach_the_other_clients(demo):
