@@ -73,6 +73,24 @@ if ! flock -n 9; then
   already_running
   exit 1
 fi
+# Servers that an earlier demo left running (its script was killed before it
+# could stop them) keep this folder's roots: nothing is started beside them.
+stale=""
+if [ -f "$info" ]; then
+  for pid in $(sed -n 's/^servers=//p' "$info"); do
+    if tr '\0' ' ' <"/proc/$pid/cmdline" 2>/dev/null | grep -qF "zerkaserver --root $dir/"; then
+      stale="$stale $pid"
+    fi
+  done
+fi
+if [ -n "$stale" ]; then
+  cat <<TEXT
+An earlier demo on $dir left its servers running (process$stale),
+although its program has ended. Stop them, then start the demo again:
+    kill$stale
+TEXT
+  exit 1
+fi
 if [ -n "$check_only" ]; then
   exit 0
 fi
@@ -110,6 +128,7 @@ server=""
 localserver=""
 trap 'kill $server $localserver 2>/dev/null || true; wait $server $localserver 2>/dev/null || true; rm -f "$portfile" "$localfile" "$info"' EXIT
 trap 'exit 130' INT TERM
+trap 'exit 129' HUP
 # Waits for a server's "listening on" line.
 wait_listening() {
   while ! grep -q "listening on" "$1"; do
@@ -124,15 +143,22 @@ wait_listening() {
 "$build/zerkaserver" --root "$root" --listen 127.0.0.1 --port 0 --output "$output" \
   --log "$root/zerkaserver.log" >"$portfile" 2>>"$root/zerkaserver.log" 9>&- &
 server=$!
+port="?"
+# Where the running demo is, for a second one to say (removed when this one ends).
+write_info() {
+  printf 'port=%s\npid=%s\nbuild=%s\nservers=%s\n' "$port" "$$" "$build" "$server $localserver" >"$info"
+}
+write_info
 wait_listening "$portfile" "$server" "$root/zerkaserver.log"
 port=$(sed -n 's/^zerkaserver listening on .*:\([0-9]*\)$/\1/p' "$portfile")
-printf 'port=%s\npid=%s\nbuild=%s\n' "$port" "$$" "$build" >"$info"
+write_info
 # The local server listens on another loopback address with the master's port,
 # where the program in local mode looks for it.
 "$build/zerkaserver" --root "$localroot" --listen 127.0.0.2 --port "$port" --log "$localroot/zerkaserver.log" \
   --cd-drive "$localroot/drive/drive.cue" --freedb "$disc/freedb" --cd-simulate \
   --master "127.0.0.1:$port" --master-root "$root" >"$localfile" 2>>"$localroot/zerkaserver.log" 9>&- &
 localserver=$!
+write_info
 wait_listening "$localfile" "$localserver" "$localroot/zerkaserver.log"
 cat >"$localroot/zerka.cfg" <<CFG
 SERVER_NAME Zerka

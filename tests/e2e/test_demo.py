@@ -278,3 +278,26 @@ def test_a_second_program_joins_the_running_demo(runs, folder):
         second.kill()
     leave_program(first)
     wait_for_no_servers(folder)
+
+
+def test_servers_an_earlier_demo_left_running_keep_the_folder(folder):
+    # An earlier demo's script was killed before it could stop its servers: one still runs on the root.
+    root = os.path.join(folder, "demo-root")
+    left = subprocess.Popen([ZERKASERVER, "--root", root, "--port", "0", "--log", os.path.join(root, "left.log")],
+                            stdout=subprocess.PIPE, text=True)
+    try:
+        assert left.stdout.readline().startswith("zerkaserver listening on ")
+        with open(os.path.join(root, ".demo-info"), "w") as f:
+            f.write("port=1\npid=1\nbuild=%s\nservers=%d 999999999\n" % (BUILD, left.pid))
+        for argv in ([DEMO_RUN, BUILD, folder], [DEMO_RUN, "--check", folder]):
+            out = subprocess.run(argv, capture_output=True, text=True, timeout=60, env=dict(os.environ, **no_sound_env()))
+            assert out.returncode == 1
+            assert out.stdout == ("An earlier demo on %s left its servers running (process %d),\n"
+                                  "although its program has ended. Stop them, then start the demo again:\n"
+                                  "    kill %d\n" % (folder, left.pid, left.pid))
+        assert [a[0] for a in server_args(folder)] == [ZERKASERVER]   # nothing started beside it
+    finally:
+        left.terminate()
+        left.wait(timeout=20)
+    out = subprocess.run([DEMO_RUN, "--check", folder], capture_output=True, text=True, timeout=30)
+    assert (out.returncode, out.stdout) == (0, "")
