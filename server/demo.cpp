@@ -165,9 +165,11 @@ bool write_media(const std::vector<media_job> &jobs, std::string &error)
     std::mutex failed_lock;
     std::string failed;
     const auto work = [&] {
+        std::string samples;
         for (std::size_t i; (i = next.fetch_add(1)) < jobs.size();) {
             const media_job &j = jobs[i];
-            if (!write_wav_file(j.path, render_piece(j.plan, j.seconds))) {
+            render_piece(j.plan, j.seconds, samples);
+            if (!write_wav_file(j.path, samples)) {
                 const std::lock_guard<std::mutex> hold(failed_lock);
                 failed = "cannot write " + j.path + " - " + std::strerror(errno);
                 next = jobs.size();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <numbers>
 #include <tuple>
@@ -88,10 +89,10 @@ void fade_tail(std::vector<float> &v, int frames)
 
 // A plucked string (Karplus-Strong): a burst of soft noise circulating in a
 // delay line one period long, averaged on every pass. It rings past the note.
-std::vector<float> pluck(double f, int frames, std::uint32_t seed)
+void pluck(std::vector<float> &y, double f, int frames, std::uint32_t seed)
 {
     const int length = std::max(frames, frames_of(1.1)) + frames_of(0.2);
-    std::vector<float> y(static_cast<std::size_t>(length), 0.0f);
+    y.assign(static_cast<std::size_t>(length), 0.0f);
     const double period = k_rate / f - 0.5;   // the average adds half a sample
     const int whole = static_cast<int>(period);
     const double frac = period - whole;
@@ -116,13 +117,13 @@ std::vector<float> pluck(double f, int frames, std::uint32_t seed)
         y[static_cast<std::size_t>(i)] = static_cast<float>(decay * ((1.0 - frac) * a + frac * b));
     }
     fade_tail(y, frames_of(0.2));
-    return y;
 }
 
 // One cycle of a waveform, read with linear interpolation: the instruments
 // run on tables rather than calling sin for every sample of every partial.
 struct wave_table {
-    static constexpr int k_size = 4096;
+    static constexpr int k_bits = 12;
+    static constexpr int k_size = 1 << k_bits;
     std::array<float, k_size + 1> v{};
 
     // A table of harmonics: amplitude[n] for harmonic n + 1.
@@ -137,13 +138,12 @@ struct wave_table {
         }
     }
 
-    // The value at a phase counted in cycles.
-    float at(double cycles) const
+    // The value at a phase counted in 1/2^32 of a cycle.
+    float at(std::uint32_t phase) const
     {
-        const double x = (cycles - std::floor(cycles)) * k_size;
-        const int i = static_cast<int>(x);
-        const float f = static_cast<float>(x - i);
-        return v[static_cast<std::size_t>(i)] + f * (v[static_cast<std::size_t>(i) + 1] - v[static_cast<std::size_t>(i)]);
+        const std::uint32_t i = phase >> (32 - k_bits);
+        const float f = static_cast<float>(phase & ((1u << (32 - k_bits)) - 1)) * (1.0f / (1u << (32 - k_bits)));
+        return v[i] + f * (v[i + 1] - v[i]);
     }
 };
 
@@ -153,143 +153,158 @@ const wave_table &sine()
     return t;
 }
 
+// The phase step of a frequency, in 1/2^32 of a cycle a sample (a phase wraps by itself).
+std::uint32_t phase_step(double hz)
+{
+    return static_cast<std::uint32_t>(static_cast<std::uint64_t>(std::llround(hz / k_rate * 4294967296.0)));
+}
+
 // The factor that makes a level fall to 1/e in `seconds`, applied once a sample.
-double decay_per_sample(double seconds) { return std::exp(-1.0 / (seconds * k_rate)); }
+float decay_per_sample(double seconds) { return static_cast<float>(std::exp(-1.0 / (seconds * k_rate))); }
+
+// A rising edge over `seconds`, as a step a sample.
+float rise_per_sample(double seconds) { return static_cast<float>(1.0 / (seconds * k_rate)); }
 
 // An electric piano: two-operator FM whose brightness fades as the note rings.
-std::vector<float> epiano(double f, int frames)
+void epiano(std::vector<float> &y, double f, int frames)
 {
     const int length = frames + frames_of(0.25);
-    std::vector<float> y(static_cast<std::size_t>(length));
+    y.assign(static_cast<std::size_t>(length), 0.0f);
     const wave_table &w = sine();
-    const double step = f / k_rate;
-    const double d_env = decay_per_sample(0.9);
-    const double d_index = decay_per_sample(0.3);
-    const double d_tine = decay_per_sample(0.05);
-    double env = 1.0;
-    double index = 1.1;
-    double tine = 0.12;
-    const double attack = 1.0 / (0.003 * k_rate);
+    const std::uint32_t step = phase_step(f);
+    const std::uint32_t tine_step = phase_step(7.0 * f);
+    const float d_env = decay_per_sample(0.9);
+    const float d_index = decay_per_sample(0.3);
+    const float d_tine = decay_per_sample(0.05);
+    const float attack = rise_per_sample(0.003);
+    float env = 1.0f;
+    float index = 1.1f;
+    float tine = 0.12f;
+    std::uint32_t phase = 0;
+    std::uint32_t tine_phase = 0;
     for (int i = 0; i < length; ++i) {
-        const double c = step * i;
-        const double mod = (0.2 + index) / k_two_pi * w.at(c);
-        const double a = std::min(1.0, i * attack);
-        y[static_cast<std::size_t>(i)] = static_cast<float>(a * env * (w.at(c + mod) + tine * w.at(7.0 * c)));
+        const float mod = (0.2f + index) * static_cast<float>(1.0 / k_two_pi) * w.at(phase);
+        const auto shift = static_cast<std::uint32_t>(static_cast<std::int64_t>(mod * 4294967296.0f));
+        y[static_cast<std::size_t>(i)] = std::min(1.0f, i * attack) * env * (w.at(phase + shift) + tine * w.at(tine_phase));
+        phase += step;
+        tine_phase += tine_step;
         env *= d_env;
         index *= d_index;
         tine *= d_tine;
     }
     fade_tail(y, frames_of(0.25));
-    return y;
 }
 
 // A soft flute-like lead: a few harmonics, a slow attack and a gentle vibrato.
-std::vector<float> flute(double f, int frames)
+void flute(std::vector<float> &y, double f, int frames)
 {
     static const wave_table tone(std::array<double, 3>{1.0, 0.25, 0.08});
     const int length = frames + frames_of(0.12);
-    std::vector<float> y(static_cast<std::size_t>(length));
+    y.assign(static_cast<std::size_t>(length), 0.0f);
     const wave_table &w = sine();
-    double phase = 0.0;
+    const double step = f / k_rate * 4294967296.0;
+    const std::uint32_t vibrato_step = phase_step(5.0);
+    const float attack = rise_per_sample(0.06);
+    std::uint32_t phase = 0;
+    std::uint32_t vibrato = 0;
     for (int i = 0; i < length; ++i) {
         const double t = static_cast<double>(i) / k_rate;
         const double depth = 0.004 * std::clamp((t - 0.15) / 0.3, 0.0, 1.0);
-        phase += f * (1.0 + depth * w.at(5.0 * t)) / k_rate;
-        y[static_cast<std::size_t>(i)] = static_cast<float>(std::min(1.0, t / 0.06)) * tone.at(phase);
+        y[static_cast<std::size_t>(i)] = std::min(1.0f, i * attack) * tone.at(phase);
+        phase += static_cast<std::uint32_t>(step * (1.0 + depth * w.at(vibrato)));
+        vibrato += vibrato_step;
     }
     fade_tail(y, frames_of(0.12));
-    return y;
 }
 
 // A warm pad: harmonics falling off gently, a slow swell and a long release.
-std::vector<float> pad(double f, int frames)
+void pad(std::vector<float> &y, double f, int frames)
 {
     static const wave_table tone(std::array<double, 5>{1.0, 0.38, 0.21, 0.14, 0.1});
     const int length = frames + frames_of(0.7);
-    std::vector<float> y(static_cast<std::size_t>(length));
-    const double step = f / k_rate;
-    const double swell = 1.0 / (0.35 * k_rate);
-    for (int i = 0; i < length; ++i)
-        y[static_cast<std::size_t>(i)] = static_cast<float>(std::min(1.0, i * swell)) * tone.at(step * i);
+    y.assign(static_cast<std::size_t>(length), 0.0f);
+    const std::uint32_t step = phase_step(f);
+    const int swell = std::min(length, frames_of(0.35));
+    const float rise = rise_per_sample(0.35);
+    std::uint32_t phase = 0;
+    for (int i = 0; i < swell; ++i, phase += step)
+        y[static_cast<std::size_t>(i)] = static_cast<float>(i) * rise * tone.at(phase);
+    for (int i = swell; i < length; ++i, phase += step)
+        y[static_cast<std::size_t>(i)] = tone.at(phase);
     fade_tail(y, frames_of(0.7));
-    return y;
 }
 
 // A round bass: the fundamental with a little of its next two harmonics.
-std::vector<float> bass(double f, int frames)
+void bass(std::vector<float> &y, double f, int frames)
 {
     static const wave_table tone(std::array<double, 3>{1.0, 0.35, 0.12});
     const int length = frames + frames_of(0.08);
-    std::vector<float> y(static_cast<std::size_t>(length));
-    const double step = f / k_rate;
-    const double d = decay_per_sample(0.4);
-    double fall = 1.0;
-    const double attack = 1.0 / (0.006 * k_rate);
-    for (int i = 0; i < length; ++i) {
-        y[static_cast<std::size_t>(i)] = static_cast<float>(std::min(1.0, i * attack) * (0.5 + 0.5 * fall)) * tone.at(step * i);
+    y.assign(static_cast<std::size_t>(length), 0.0f);
+    const std::uint32_t step = phase_step(f);
+    const float d = decay_per_sample(0.4);
+    const float attack = rise_per_sample(0.006);
+    float fall = 1.0f;
+    std::uint32_t phase = 0;
+    for (int i = 0; i < length; ++i, phase += step) {
+        y[static_cast<std::size_t>(i)] = std::min(1.0f, i * attack) * (0.5f + 0.5f * fall) * tone.at(phase);
         fall *= d;
     }
     fade_tail(y, frames_of(0.08));
-    return y;
 }
 
 // A marimba: a wooden fundamental and a quickly fading overtone near four times it.
-std::vector<float> marimba(double f, int frames)
+void marimba(std::vector<float> &y, double f, int frames)
 {
     const int length = std::max(frames, frames_of(0.7)) + frames_of(0.1);
-    std::vector<float> y(static_cast<std::size_t>(length));
+    y.assign(static_cast<std::size_t>(length), 0.0f);
     const wave_table &w = sine();
-    const double step = f / k_rate;
-    const double d1 = decay_per_sample(0.35);
-    const double d2 = decay_per_sample(0.06);
-    double a1 = 1.0;
-    double a2 = 0.25;
-    const double attack = 1.0 / (0.002 * k_rate);
-    for (int i = 0; i < length; ++i) {
-        const double c = step * i;
-        y[static_cast<std::size_t>(i)] = static_cast<float>(std::min(1.0, i * attack) * (a1 * w.at(c) + a2 * w.at(3.93 * c)));
+    const std::uint32_t step = phase_step(f);
+    const std::uint32_t over_step = phase_step(3.93 * f);
+    const float d1 = decay_per_sample(0.35);
+    const float d2 = decay_per_sample(0.06);
+    const float attack = rise_per_sample(0.002);
+    float a1 = 1.0f;
+    float a2 = 0.25f;
+    std::uint32_t phase = 0;
+    std::uint32_t over = 0;
+    for (int i = 0; i < length; ++i, phase += step, over += over_step) {
+        y[static_cast<std::size_t>(i)] = std::min(1.0f, i * attack) * (a1 * w.at(phase) + a2 * w.at(over));
         a1 *= d1;
         a2 *= d2;
     }
     fade_tail(y, frames_of(0.1));
-    return y;
 }
 
 // A bell: inharmonic partials, the higher ones fading sooner.
-std::vector<float> bell(double f, int frames)
+void bell(std::vector<float> &y, double f, int frames)
 {
     constexpr std::array<double, 5> ratio = {1.0, 2.0, 3.0, 4.2, 5.4};
     constexpr std::array<double, 5> amp = {1.0, 0.45, 0.25, 0.12, 0.06};
     constexpr std::array<double, 5> decay = {1.4, 0.8, 0.5, 0.3, 0.2};
     const int length = std::max(frames, frames_of(1.2)) + frames_of(0.2);
-    std::vector<float> y(static_cast<std::size_t>(length));
+    y.assign(static_cast<std::size_t>(length), 0.0f);
     const wave_table &w = sine();
-    std::array<double, 5> level{};
-    std::array<double, 5> fall{};
+    const float attack = rise_per_sample(0.002);
     for (std::size_t n = 0; n < ratio.size(); ++n) {
-        level[n] = f * ratio[n] < 12000.0 ? amp[n] : 0.0;
-        fall[n] = decay_per_sample(decay[n]);
-    }
-    const double step = f / k_rate;
-    const double attack = 1.0 / (0.002 * k_rate);
-    for (int i = 0; i < length; ++i) {
-        const double c = step * i;
-        double v = 0.0;
-        for (std::size_t n = 0; n < ratio.size(); ++n) {
-            v += level[n] * w.at(ratio[n] * c);
-            level[n] *= fall[n];
+        if (f * ratio[n] >= 12000.0)
+            continue;
+        const std::uint32_t step = phase_step(f * ratio[n]);
+        const float fall = decay_per_sample(decay[n]);
+        auto level = static_cast<float>(amp[n]);
+        std::uint32_t phase = 0;
+        for (int i = 0; i < length; ++i, phase += step) {
+            y[static_cast<std::size_t>(i)] += std::min(1.0f, i * attack) * level * w.at(phase);
+            level *= fall;
         }
-        y[static_cast<std::size_t>(i)] = static_cast<float>(std::min(1.0, i * attack) * v);
     }
     fade_tail(y, frames_of(0.2));
-    return y;
 }
 
 // A soft kick drum: a falling sine.
-std::vector<float> kick()
+void kick(std::vector<float> &y)
 {
     const int length = frames_of(0.35);
-    std::vector<float> y(static_cast<std::size_t>(length));
+    y.assign(static_cast<std::size_t>(length), 0.0f);
     double phase = 0.0;
     for (int i = 0; i < length; ++i) {
         const double t = static_cast<double>(i) / k_rate;
@@ -297,14 +312,13 @@ std::vector<float> kick()
         y[static_cast<std::size_t>(i)] = static_cast<float>(std::exp(-t / 0.16) * std::sin(phase));
     }
     fade_tail(y, frames_of(0.05));
-    return y;
 }
 
 // A closed hi-hat, brushed: a short burst of bright noise.
-std::vector<float> hat()
+void hat(std::vector<float> &y)
 {
     const int length = frames_of(0.09);
-    std::vector<float> y(static_cast<std::size_t>(length));
+    y.assign(static_cast<std::size_t>(length), 0.0f);
     rng32 r{0x5EED};
     double prev = 0.0;
     for (int i = 0; i < length; ++i) {
@@ -314,18 +328,28 @@ std::vector<float> hat()
         prev = x;
     }
     fade_tail(y, frames_of(0.02));
-    return y;
 }
 
 // ---- the band and the mix --------------------------------------------------------------------------
 
 // The notes of one piece, rendered once each and mixed wherever they play.
+// Its buffers are kept from piece to piece on each thread, so that the pages
+// of a few hundred megabytes of music are not asked of the system again and again.
 struct mixer {
     std::vector<float> left;
     std::vector<float> right;
     std::map<std::tuple<instrument, int, int>, std::vector<float>> cache;   // (instrument, cents, frames)
+    std::vector<std::vector<float>> spare;                                  // note buffers of earlier pieces
 
-    explicit mixer(int frames) : left(static_cast<std::size_t>(frames)), right(static_cast<std::size_t>(frames)) {}
+    // Starts a piece of `frames` samples.
+    void begin(int frames)
+    {
+        left.assign(static_cast<std::size_t>(frames), 0.0f);
+        right.assign(static_cast<std::size_t>(frames), 0.0f);
+        for (auto &[key, v] : cache)
+            spare.push_back(std::move(v));
+        cache.clear();
+    }
 
     const std::vector<float> &note(instrument what, int cents, int frames)
     {
@@ -333,18 +357,22 @@ struct mixer {
         auto it = cache.find(key);
         if (it != cache.end())
             return it->second;
-        const double f = hz(cents / 100.0);
         std::vector<float> v;
+        if (!spare.empty()) {
+            v = std::move(spare.back());
+            spare.pop_back();
+        }
+        const double f = hz(cents / 100.0);
         switch (what) {
-        case instrument::pluck: v = pluck(f, frames, mix_seed(static_cast<std::uint32_t>(cents), 77)); break;
-        case instrument::epiano: v = epiano(f, frames); break;
-        case instrument::flute: v = flute(f, frames); break;
-        case instrument::pad: v = pad(f, frames); break;
-        case instrument::bass: v = bass(f, frames); break;
-        case instrument::marimba: v = marimba(f, frames); break;
-        case instrument::bell: v = bell(f, frames); break;
-        case instrument::kick: v = kick(); break;
-        case instrument::hat: v = hat(); break;
+        case instrument::pluck: pluck(v, f, frames, mix_seed(static_cast<std::uint32_t>(cents), 77)); break;
+        case instrument::epiano: epiano(v, f, frames); break;
+        case instrument::flute: flute(v, f, frames); break;
+        case instrument::pad: pad(v, f, frames); break;
+        case instrument::bass: bass(v, f, frames); break;
+        case instrument::marimba: marimba(v, f, frames); break;
+        case instrument::bell: bell(v, f, frames); break;
+        case instrument::kick: kick(v); break;
+        case instrument::hat: hat(v); break;
         }
         return cache.emplace(key, std::move(v)).first->second;
     }
@@ -358,10 +386,29 @@ struct mixer {
         const auto gl = static_cast<float>(level * std::sqrt(0.5 * (1.0 - pan)));
         const auto gr = static_cast<float>(level * std::sqrt(0.5 * (1.0 + pan)));
         const std::size_t n = std::min(v.size(), left.size() - static_cast<std::size_t>(start));
-        float *l = left.data() + start;
-        float *r = right.data() + start;
-        const float *src = v.data();
-        for (std::size_t i = 0; i < n; ++i) {
+        add_scaled(left.data() + start, right.data() + start, v.data(), n, gl, gr);
+    }
+
+    // The innermost loop of the whole library, four samples at a time.
+    static void add_scaled(float *l, float *r, const float *src, std::size_t n, float gl, float gr)
+    {
+        using v4 = float __attribute__((vector_size(16)));
+        const v4 vl = {gl, gl, gl, gl};
+        const v4 vr = {gr, gr, gr, gr};
+        std::size_t i = 0;
+        for (; i + 4 <= n; i += 4) {
+            v4 s;
+            v4 a;
+            v4 b;
+            std::memcpy(&s, src + i, sizeof s);
+            std::memcpy(&a, l + i, sizeof a);
+            std::memcpy(&b, r + i, sizeof b);
+            a += vl * s;
+            b += vr * s;
+            std::memcpy(l + i, &a, sizeof a);
+            std::memcpy(r + i, &b, sizeof b);
+        }
+        for (; i < n; ++i) {
             l[i] += gl * src[i];
             r[i] += gr * src[i];
         }
@@ -543,9 +590,17 @@ piece_plan plan_piece(int album, int track, int album_key, music_style style, bo
 
 std::string render_piece(const piece_plan &p, int seconds)
 {
+    std::string out;
+    render_piece(p, seconds, out);
+    return out;
+}
+
+void render_piece(const piece_plan &p, int seconds, std::string &out)
+{
     seconds = std::max(seconds, 1);
     const int total = seconds * k_rate;
-    mixer m(total);
+    thread_local mixer m;
+    m.begin(total);
     const band b = band_of(p.style);
     const double beat = 60.0 / p.bpm * k_rate;   // frames
     const double bar = 4.0 * beat;
@@ -578,8 +633,8 @@ std::string render_piece(const piece_plan &p, int seconds)
         if (b.pad || ending) {
             for (const int step : {0, 2, 4}) {
                 const double s = key + in_window(bp.chord + step, p.minor, 9);
-                m.play(instrument::pad, s + 0.04, at(start), hold, 0.10, -0.6);
-                m.play(instrument::pad, s - 0.04, at(start), hold, 0.10, 0.6);
+                m.play(instrument::pad, s, at(start), hold, 0.10, -0.6);
+                m.play(instrument::pad, s, at(start) + k_rate / 150, hold, 0.10, 0.6);   // 7 ms later: width
             }
         }
         // Broken chords in eighths.
@@ -643,53 +698,56 @@ std::string render_piece(const piece_plan &p, int seconds)
         }
     }
 
-    // A soft echo, crossing from side to side, a dotted eighth behind.
-    const auto delay = static_cast<std::size_t>(std::lround(beat * 0.75));
+    // One pass over the piece: a soft echo crossing from side to side a dotted
+    // eighth behind, a gentle high-pass far below the bass (no offset from
+    // zero), fades at both ends, and the loudest sample.
+    const auto delay = static_cast<int>(std::lround(beat * 0.75));
     constexpr float echo = 0.2f;
-    float *l = m.left.data();
-    float *rt = m.right.data();
-    for (std::size_t i = delay; i < static_cast<std::size_t>(total); ++i) {
-        l[i] += echo * rt[i - delay];
-        rt[i] += echo * l[i - delay];
-    }
-    // No offset from zero: a gentle high-pass far below the bass.
-    double xl = 0.0, xr = 0.0, yl = 0.0, yr = 0.0;
-    constexpr double pole = 0.9985;   // about 10 Hz
-    for (int i = 0; i < total; ++i) {
-        yl = l[i] - xl + pole * yl;
-        yr = rt[i] - xr + pole * yr;
-        xl = l[i];
-        xr = rt[i];
-        l[i] = static_cast<float>(yl);
-        rt[i] = static_cast<float>(yr);
-    }
-    // Fades at both ends, then the level.
+    constexpr float pole = 0.9985f;   // about 10 Hz
     const int fade_in = std::min(total / 4, k_rate / 50);
     const int fade_out = std::min(total / 5, 4 * k_rate);
-    for (int i = 0; i < fade_in; ++i) {
-        const float g = static_cast<float>(i) / static_cast<float>(fade_in);
-        l[i] *= g;
-        rt[i] *= g;
-    }
-    for (int i = 0; i < fade_out; ++i) {
-        const double x = static_cast<double>(i) / fade_out;   // 0 at the very end
-        const auto g = static_cast<float>(std::sin(0.5 * std::numbers::pi * x));
-        l[total - 1 - i] *= g * g;
-        rt[total - 1 - i] *= g * g;
-    }
+    float *l = m.left.data();
+    float *rt = m.right.data();
+    float xl = 0.0f;
+    float xr = 0.0f;
+    float yl = 0.0f;
+    float yr = 0.0f;
     float peak = 0.0f;
-    for (int i = 0; i < total; ++i)
-        peak = std::max({peak, std::fabs(l[i]), std::fabs(rt[i])});
-    const float gain = peak > 0.0f ? static_cast<float>(k_peak * 32767.0) / peak : 0.0f;
-    std::string out(static_cast<std::size_t>(total) * 4, '\0');
-    auto *bytes = reinterpret_cast<unsigned char *>(out.data());
     for (int i = 0; i < total; ++i) {
-        const auto a = static_cast<std::int16_t>(std::lrint(l[i] * gain));
-        const auto c = static_cast<std::int16_t>(std::lrint(rt[i] * gain));
+        float a = l[i];
+        float b = rt[i];
+        if (i >= delay) {
+            a += echo * rt[i - delay];
+            b += echo * l[i - delay];
+        }
+        yl = a - xl + pole * yl;
+        yr = b - xr + pole * yr;
+        xl = a;
+        xr = b;
+        float g = 1.0f;
+        if (i < fade_in) {
+            g = static_cast<float>(i) / static_cast<float>(fade_in);
+        } else if (i >= total - fade_out) {
+            const auto s = static_cast<float>(std::sin(0.5 * std::numbers::pi * (total - 1 - i) / fade_out));
+            g = s * s;
+        }
+        l[i] = yl * g;
+        rt[i] = yr * g;
+        peak = std::max({peak, std::fabs(l[i]), std::fabs(rt[i])});
+    }
+    const float gain = peak > 0.0f ? static_cast<float>(k_peak * 32767.0) / peak : 0.0f;
+    out.resize(static_cast<std::size_t>(total) * 4);
+    auto *bytes = reinterpret_cast<unsigned char *>(out.data());
+    const auto to_sample = [gain](float x) {
+        const float v = x * gain;
+        return static_cast<std::int16_t>(static_cast<int>(v + (v >= 0.0f ? 0.5f : -0.5f)));
+    };
+    for (int i = 0; i < total; ++i) {
+        const std::int16_t a = to_sample(l[i]);
+        const std::int16_t c = to_sample(rt[i]);
         bytes[4 * i] = static_cast<unsigned char>(a & 0xFF);
         bytes[4 * i + 1] = static_cast<unsigned char>((a >> 8) & 0xFF);
         bytes[4 * i + 2] = static_cast<unsigned char>(c & 0xFF);
         bytes[4 * i + 3] = static_cast<unsigned char>((c >> 8) & 0xFF);
     }
-    return out;
 }

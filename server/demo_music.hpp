@@ -38,3 +38,6 @@ piece_plan plan_piece(int album, int track, int album_key, music_style style, bo
 // `seconds` seconds long (at least one): it starts and ends softly, and its
 // loudest sample is at about 80 % of full scale.
 std::string render_piece(const piece_plan &plan, int seconds);
+
+// The same into `out`, whose room is used again (one buffer a thread, for a whole library).
+void render_piece(const piece_plan &plan, int seconds, std::string &out);
