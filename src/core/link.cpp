@@ -140,6 +140,26 @@ void send_msg(server_msg *msg)
         cd_srv_sequ = msg->sequence;
 }
 
+bool send_unanswered(int socket, std::int64_t type, std::int64_t album, std::int64_t track)
+{
+    static server_msg msg;
+    msg.socket = socket;
+    msg.type = type;
+    msg.album = album;
+    msg.track = track;
+    msg.text[0] = '\0';
+    long *counter = socket == master_sock ? &master_sequ : socket == cd_srv_sock ? &cd_srv_sequ : nullptr;
+    msg.sequence = counter != nullptr ? *counter : 0;
+    msg.length = 0;
+    if (!write_msg(msg)) {
+        error_msg("send_msg failed", errno);
+        return false;
+    }
+    if (counter != nullptr)
+        *counter = next_sequence(msg.sequence);
+    return true;
+}
+
 const char *get_time(std::time_t t)
 {
     static char text[64];

@@ -6,6 +6,7 @@
 #include "proto/wire.hpp"
 
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 
 struct chain_item;
@@ -50,3 +51,9 @@ bool read_message(int fd, server_msg &m);
 
 // Sends a request without waiting for its reply; false when it could not be written.
 bool write_msg(const server_msg &msg);
+
+// Sends a request (empty text) whose reply is not waited for. The connection's
+// sequence moves on as if the reply had come, so that the late reply is never
+// taken for the reply to a later request. A failed write shows "send_msg
+// failed" and returns false.
+bool send_unanswered(int socket, std::int64_t type, std::int64_t album, std::int64_t track);
