@@ -1,5 +1,7 @@
 #include "album/album_time.hpp"
 
+#include "db/album.hpp"
+
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -47,4 +49,20 @@ void sum_album_time(album_rec &rec)
     minutes += seconds / 60;
     seconds %= 60;
     std::snprintf(rec.entry[0].time, sizeof rec.entry[0].time, "%02lld:%02lld", minutes, seconds);
+}
+
+int first_timing_album(int code, int last_album_no)
+{
+    if (code >= 0)
+        return code;
+    return last_album_no != 0 ? last_album_no : 1;
+}
+
+int next_timing_album(int album_no)
+{
+    int n = album_no < 0 ? 0 : album_no;
+    do
+        ++n;
+    while (n < max_album && n < k_album_slots && album[n].present == 0);
+    return n > max_album ? max_album : n;
 }

@@ -29,3 +29,12 @@ bool album_time_unknown(const char *time_text);
 // adds nothing), plus half a second per track rounded down for the seconds
 // each track time drops, written "%02d:%02d".
 void sum_album_time(album_rec &rec);
+
+// The album the timing recalculation starts with: `code` when it is 0 or
+// more, else the last album chosen, or 1 when there is none.
+int first_timing_album(int code, int last_album_no);
+
+// The album the timing recalculation goes on with after `album_no`: the next
+// one in use in the table, or max_album when none is in use before it (also
+// when album_no is max_album or beyond).
+int next_timing_album(int album_no);

@@ -56,18 +56,9 @@ void time_album(int album_no)
 
 }   // namespace
 
-int next_timing_album(int album_no)
-{
-    int n = album_no < 0 ? 0 : album_no;
-    do
-        ++n;
-    while (n < max_album && n < k_album_slots && album[n].present == 0);
-    return n > max_album ? max_album : n;
-}
-
 int track_timings(const void *, int code, const char *)
 {
-    int number = code >= 0 ? code : last_album != 0 ? last_album : 1;
+    int number = first_timing_album(code, last_album);
     for (;;) {
         clear();
         refresh();

@@ -5,7 +5,3 @@
 // of the album's media files, album after album while the operator goes on.
 // code -1 asks for each album number; 0 or more is the album to start with.
 int track_timings(const void *arg, int code, const char *label);
-
-// The album offered after `album_no`: the next one in use, or max_album when
-// none is in use before it (also when album_no is max_album or beyond).
-int next_timing_album(int album_no);

@@ -1,5 +1,7 @@
 #include "album/album_time.hpp"
 
+#include "db/album.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -134,6 +136,64 @@ TEST(SumAlbumTime, MinutesOnlyAndLongAlbums)
     sum_album_time(*full);   // 99 huge times never overflow
     EXPECT_EQ(std::string(full->entry[0].time), std::to_string(2147483647LL * 99 + (59 * 99 + 50) / 60) + ":" +
                                                     std::to_string((59 * 99 + 50) % 60));
+}
+
+}   // namespace
+
+namespace {
+
+// Albums 1, 2, 5 and 9 in use; max_album 9.
+struct timing_table {
+    timing_table()
+    {
+        clear_album_table();
+        for (int n : {1, 2, 5, 9})
+            album[n].present = 1;
+        max_album = 9;
+    }
+    ~timing_table()
+    {
+        clear_album_table();
+        max_album = 0;
+    }
+};
+
+TEST(TimingAlbums, StartWithTheGivenAlbumOrTheLastOne)
+{
+    EXPECT_EQ(first_timing_album(7, 3), 7);
+    EXPECT_EQ(first_timing_album(0, 3), 0);
+    EXPECT_EQ(first_timing_album(-1, 3), 3);
+    EXPECT_EQ(first_timing_album(-1, 0), 1);
+}
+
+TEST(TimingAlbums, GoOnAlbumAfterAlbumInUse)
+{
+    const timing_table table;
+    int n = first_timing_album(1, 0);
+    std::string visited;
+    for (int i = 0; i < 5; ++i) {
+        visited += std::to_string(n) + " ";
+        n = next_timing_album(n);
+    }
+    EXPECT_EQ(visited, "1 2 5 9 9 ");   // the last album is offered again
+}
+
+TEST(TimingAlbums, RefusedNumbersMoveOnFromWhereTheyAre)
+{
+    const timing_table table;
+    EXPECT_EQ(next_timing_album(3), 5);
+    EXPECT_EQ(next_timing_album(6), 9);
+    EXPECT_EQ(next_timing_album(0), 1);
+    EXPECT_EQ(next_timing_album(-4), 1);
+    EXPECT_EQ(next_timing_album(9000), 9);
+    EXPECT_EQ(next_timing_album(8), 9);
+}
+
+TEST(TimingAlbums, AnEmptyLastAlbumIsStillOffered)
+{
+    const timing_table table;
+    album[9].present = 0;
+    EXPECT_EQ(next_timing_album(5), 9);
 }
 
 }   // namespace
