@@ -5,6 +5,7 @@
 #include "core/link.hpp"
 #include "db/album.hpp"
 #include "proto/text_util.hpp"
+#include "ui/album_number.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"

@@ -10,6 +10,7 @@
 #include "media/freedb_file.hpp"
 #include "proto/file_handle.hpp"
 #include "proto/text_util.hpp"
+#include "ui/album_number.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 

@@ -24,7 +24,6 @@
 #include <pulse/simple.h>
 #include <unistd.h>
 
-pid_t local_audio_pid;
 char cur_track_data[80];
 volatile std::sig_atomic_t abort_sig;
 

@@ -8,6 +8,7 @@
 #include "browse/apply.hpp"
 #include "browse/browse_layout.hpp"
 #include "browse/chain.hpp"
+#include "browse/list_menus.hpp"
 #include "browse/output.hpp"
 #include "browse/search.hpp"
 #include "core/input.hpp"
@@ -22,8 +23,8 @@
 #include "proto/text_util.hpp"
 #include "ui/form.hpp"
 #include "ui/help.hpp"
+#include "ui/load_screen.hpp"
 #include "ui/menu.hpp"
-#include "ui/menu_tables.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
@@ -395,13 +396,7 @@ bool refresh_list(browse_run &b)
     clear();
     frame(stdscr);
     refresh();
-    server_msg msg;
-    msg.socket = master_sock;
-    msg.type = REFRESH;
-    msg.album = 1;
-    msg.track = 0;
-    send_msg(&msg);
-    if (msg.album == 0xFFFF) {
+    if (request(master_sock, REFRESH, 1, 0).album == k_refused) {
         errno = 0;
         error_msg("Control message failed", 0);
         return false;
@@ -485,12 +480,7 @@ void play_locally(const browse_run &b)
 // Ctrl-Q: asks the local server to check for a retrieval.
 void retrieval_check()
 {
-    server_msg msg;
-    msg.socket = cd_srv_sock;
-    msg.type = RET_CHECK;
-    msg.album = 0;
-    msg.track = 0;
-    send_msg(&msg);
+    request(cd_srv_sock, RET_CHECK, 0, 0);
 }
 
 // The keys a running local player takes.

@@ -102,3 +102,7 @@ int compare_artists(std::string_view a, std::string_view b);
 
 // Compares two texts case-blind.
 int compare_folded(std::string_view a, std::string_view b);
+
+// Tracing aid: logs "%s: chain=%8.8X" with the label and the list's address,
+// then "%02d: %04d/%02d" (index, album, track) per element.
+void pr_chain(const char *label, const chain_item *chain);

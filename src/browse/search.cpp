@@ -32,7 +32,6 @@
 #include <cstring>
 #include <ctime>
 #include <curses.h>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,7 +39,6 @@ namespace {
 
 constexpr int k_search_text = 50;          // characters of a search text
 constexpr int k_last_selectable = 8999;    // albums from 9000 up are not offered the selection keys
-constexpr long k_refused = 0xFFFF;         // a reply's album field when the server refused
 
 constexpr const char *k_search_title = "Enter Artist and/or Title To Search For";
 
@@ -82,13 +80,7 @@ void blank_field(int row, int column, int length)
 // One selection request for a track to the master server.
 void selection_request(std::int64_t type, int album_no, int track_no)
 {
-    auto msg = std::make_unique<server_msg>();
-    msg->socket = master_sock;
-    msg->type = type;
-    msg->album = album_no;
-    msg->track = track_no;
-    send_msg(msg.get());
-    if (msg->album == k_refused) {
+    if (request(master_sock, type, album_no, track_no).album == k_refused) {
         errno = 0;
         error_msg("Send message failed", 0);
     }

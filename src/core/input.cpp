@@ -1,14 +1,10 @@
 #include "core/input.hpp"
 
-#include "audio/player.hpp"
+#include "core/hooks.hpp"
 #include "core/keymap.hpp"
 #include "core/link.hpp"
 #include "core/signals.hpp"
-#include "core/startup.hpp"
-#include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
-#include "ui/popup.hpp"
-#include "ui/screen.hpp"
 
 #include <cerrno>
 #include <cstdio>
@@ -21,7 +17,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-server_msg input;
+server_msg input = {.socket = STDIN_FILENO, .type = INPUT};
 int gui;
 int playtime;
 int paused;
@@ -30,17 +26,13 @@ std::time_t now;
 int retrieve_album = k_no_album;
 int retrieve_track;
 int cd_loaded_other;
-int freedb_matches;
-int current_match;
-chain_item *exo_head;
-std::uint64_t cd_info[2];
 int resize_generation;
+core_hooks loop_hooks;
 
 namespace {
 
 key_stack typed_ahead;            // keys typed while a reply was awaited
 server_msg *queue_head;         // messages that arrived while a reply was awaited, oldest first
-int reminder_phase;             // the CD reminder shows its text on odd idle seconds
 
 // What has arrived of the next message on one connection. A message is taken
 // only when complete, so a slow server never holds up the keyboard.
@@ -102,7 +94,8 @@ server_msg *new_record(const char *what)
 {
     server_msg *m = new (std::nothrow) server_msg;
     if (m == nullptr) {
-        error_msg(what, errno);
+        if (loop_hooks.error != nullptr)
+            loop_hooks.error(what, errno);
         if (gui)
             endwin();
         std::exit(1);
@@ -117,7 +110,8 @@ void drain_queue()
         std::unique_ptr<server_msg> m(queue_head);
         queue_head = m->link;
         m->link = nullptr;
-        async_msg(m.get());
+        if (loop_hooks.message != nullptr)
+            loop_hooks.message(m.get(), false);
     }
 }
 
@@ -127,36 +121,6 @@ void append_to_queue(server_msg *m)
     while (*tail != nullptr)
         tail = &(*tail)->link;
     *tail = m;
-}
-
-// The play-time counter and the CD reminder, once per idle second.
-void idle_second()
-{
-    if (playtime > 0) {
-        now = std::time(nullptr);
-        if (!paused)
-            playtime -= static_cast<int>(now - then);
-        then = now;
-        if (playtime < 0)
-            playtime = 0;
-        char text[16];
-        std::snprintf(text, sizeof text, "%02d:%02d", playtime / 60, playtime % 60);
-        attron(A_REVERSE);
-        put_text(stdscr, LINES - 1, 74, text);
-        attroff(A_REVERSE);
-    }
-    if (retrieve_album != k_no_album) {
-        char text[64];
-        const int len = std::snprintf(text, sizeof text, "Please load CD number %4.4d", retrieve_album);
-        if (reminder_phase == 0)
-            std::memset(text, ' ', static_cast<std::size_t>(len));
-        reminder_phase ^= 1;
-        attron(A_BOLD);
-        put_text(stdscr, 22, centre_column(len), text);
-        attroff(A_BOLD);
-    } else {
-        reminder_phase = 0;
-    }
 }
 
 struct cursor_place {
@@ -191,7 +155,8 @@ void push_key(int key) { typed_ahead.push(key); }
         shutdown(master_sock, SHUT_RDWR);
         close(master_sock);
     }
-    popup("Zerka server is closing down - abort", -2);
+    if (loop_hooks.notice != nullptr)
+        loop_hooks.notice("Zerka server is closing down - abort", -2);
     if (gui) {
         clear();
         refresh();
@@ -222,17 +187,20 @@ int get_input(server_msg *msg, int ticks)
     }
     for (;;) {
         if (gui) {
-            loc_play_redraw();
+            if (loop_hooks.each_pass != nullptr)
+                loop_hooks.each_pass();
             if (resize_pending) {
                 resize_pending = 0;
-                resize_screen();
+                if (loop_hooks.resized != nullptr)
+                    loop_hooks.resized();
                 ++resize_generation;
                 if (key_wait)
                     return -1;
             }
             if (interrupt_pending && key_wait) {
                 interrupt_pending = 0;
-                interrupt_question();
+                if (loop_hooks.interrupted != nullptr)
+                    loop_hooks.interrupted();
                 return -1;
             }
         }
@@ -304,8 +272,8 @@ int get_input(server_msg *msg, int ticks)
             take_message(fd, rx, *m);
             if (key_wait) {
                 std::unique_ptr<server_msg> owned(m);
-                if (!(m->type == PLIST_UPDATE && std::strcmp(cur_plist, k_current_plist) != 0))
-                    async_msg(m);
+                if (loop_hooks.message != nullptr)
+                    loop_hooks.message(m, true);
                 restore_cursor(cursor);
                 return -1;
             }
@@ -313,8 +281,8 @@ int get_input(server_msg *msg, int ticks)
             restore_cursor(cursor);
             continue;
         }
-        if (gui)
-            idle_second();
+        if (gui && loop_hooks.idle_second != nullptr)
+            loop_hooks.idle_second();
         restore_cursor(cursor);
         if (gui)
             refresh();

@@ -6,7 +6,6 @@
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "browse/search.hpp"
-#include "core/access.hpp"
 #include "core/config.hpp"
 #include "core/input.hpp"
 #include "core/keys.hpp"
@@ -19,7 +18,9 @@
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "ui/load_screen.hpp"
 #include "ui/menu.hpp"
+#include "ui/password.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
@@ -60,7 +61,7 @@ bool confirm_control(const char *question)
 bool control_request(std::int64_t type)
 {
     const auto reply = request(master_sock, type, 1, 0, cur_plist);
-    if (reply->album == k_refused) {
+    if (reply.album == k_refused) {
         errno = 0;   // the failure is the server's answer, not a system error
         error_msg("Control message failed", 0);
         return false;
@@ -69,7 +70,7 @@ bool control_request(std::int64_t type)
 }
 
 // Sends a request about the playlist being shown, for one of its elements.
-std::unique_ptr<server_msg> element_request(std::int64_t type, long album_no, long track_no)
+server_msg element_request(std::int64_t type, long album_no, long track_no)
 {
     return request(master_sock, type, album_no, track_no, cur_plist);
 }
@@ -79,9 +80,9 @@ int reread(int key, int mode, const char *pending)
 {
     const auto reply = request(master_sock, PLIST_READ, 1, 0, cur_plist);
     if (mode == k_browse_offline)
-        playlist_chain_local(reply.get());
+        playlist_chain_local(&reply);
     else
-        playlist_chain(reply.get());
+        playlist_chain(&reply);
     if (pending != nullptr)
         popup(pending, 1);
     return key;
@@ -108,7 +109,7 @@ int clear_current()
         request(master_sock, PLIST_KEEP, 1, 0, name);
     request(master_sock, PLIST_CLEAR, 1, 0, k_current_plist);
     const auto reply = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
-    playlist_chain(reply.get());
+    playlist_chain(&reply);
     return 1;
 }
 
@@ -158,11 +159,11 @@ int shuffle()
     if (prompt(12, 10, "Are you sure you wish to shuffle this playlist?", reply, 1, 0) != 'y')
         return 0;
     const auto answer = request(master_sock, PLIST_SHUFFLE, 1, 0, cur_plist);
-    if (answer->album != k_refused) {
+    if (answer.album != k_refused) {
         if (is_current(cur_plist))
-            playlist_chain(answer.get());
+            playlist_chain(&answer);
         else
-            playlist_chain_local(answer.get());
+            playlist_chain_local(&answer);
     }
     return 1;
 }
@@ -189,9 +190,9 @@ int choose_selection(int wanted, bool &opened)
     if (chosen != k_leave)
         return 0;
     const auto selection = request(master_sock, GET_PLIST, 1, 0, cur_plist);
-    const auto reply = request(master_sock, SET_PLIST, wanted, 1, selection->text);
-    if (reply->album == 0) {
-        popup(reply->track == 1 ? "Playlist change not allowed - Console logged in" : "Problem opening playlist", 2);
+    const auto reply = request(master_sock, SET_PLIST, wanted, 1, selection.text);
+    if (reply.album == 0) {
+        popup(reply.track == 1 ? "Playlist change not allowed - Console logged in" : "Problem opening playlist", 2);
         return k_stay;
     }
     play_mode = wanted;
@@ -222,13 +223,13 @@ void restore_playlist()
 {
     copy_bounded(cur_plist, k_current_plist);
     const auto reply = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
-    playlist_chain(reply.get());
+    playlist_chain(&reply);
 }
 
 int set_plist(const void *, int, const char *label)
 {
     const auto reply = request(master_sock, SET_PLIST, 0, 0, label != nullptr ? label : "");
-    if (reply->album == 0)
+    if (reply.album == 0)
         popup("Playlist change not permitted", -2);
     return k_break;
 }
@@ -247,14 +248,14 @@ int playlist(const void *, int code, const char *)
         if (chkpass() != 0)
             return k_stay;
         const auto reply = request(master_sock, CONSOLE, 1, 0, cur_plist);
-        if (reply->album == 0) {
+        if (reply.album == 0) {
             popup("Console already in use", -2);
             play_mode = 0;
         }
     }
     if (play_mode != 0) {
         const auto reply = request(master_sock, GET_MODE, 1, 0, cur_plist);
-        const int server_mode = known_mode(static_cast<long>(reply->album));
+        const int server_mode = known_mode(static_cast<long>(reply.album));
         play_mode = server_mode;
         if (wanted == 5 || wanted == 6) {
             bool opened = false;
@@ -265,7 +266,7 @@ int playlist(const void *, int code, const char *)
             // Once the server has taken the new mode, that is the mode as last learned; a
             // refusal (album 0, or 0xFFFF) leaves the server's own.
             const auto changed = request(master_sock, 0xB0 + wanted, 1, 0, cur_plist);
-            if (changed->album != 0 && changed->album != k_refused)
+            if (changed.album != 0 && changed.album != k_refused)
                 play_mode = wanted;
         }
     }
@@ -273,15 +274,15 @@ int playlist(const void *, int code, const char *)
         request(cd_srv_sock, 0xB0 + wanted, 1, 0, cur_plist);
 
     const auto current = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
-    const int count = playlist_chain(current.get());
+    const int count = playlist_chain(&current);
 
     password = 0;
     if (play_mode == 0) {
         const auto reply = request(master_sock, GET_MODE, 1, 0, cur_plist);
-        play_mode = known_mode(static_cast<long>(reply->album));
+        play_mode = known_mode(static_cast<long>(reply.album));
     }
     const auto selection = request(master_sock, GET_PLIST, 1, 0, cur_plist);
-    copy_bounded(selection_playlist, selection->text);
+    copy_bounded(selection_playlist, selection.text);
 
     char saved_heading[sizeof heading];
     copy_bounded(saved_heading, heading);
@@ -330,7 +331,7 @@ int playlist_svce(chain_item *current, int key, int mode)
         const auto reply = element_request(PLIST_DELETE, album_no, track_no);
         char deleted[256];
         std::snprintf(deleted, sizeof deleted, "%s - %s:  Deleted From Playlist %s", artist, title, cur_plist);
-        return reread(key, mode, reply->album != k_refused ? deleted : nullptr);
+        return reread(key, mode, reply.album != k_refused ? deleted : nullptr);
     }
     case 's':
     case 'z':

@@ -39,12 +39,12 @@ int browse_history(const char *file_text, const char *title, bool console)
     int count = 0;
     for (int asked = 0; asked < k_history_max; ++asked) {
         const auto reply = request(master_sock, HISTORY, 1, 0, file_text);
-        const std::size_t len = strnlen(reply->text, std::min<std::size_t>(reply->length, k_text_max));
+        const std::size_t len = strnlen(reply.text, std::min<std::size_t>(reply.length, k_text_max));
         // A reply without an entry ends the walk like the album field 0 does.
-        if (reply->album == 0 || len == 0)
+        if (reply.album == 0 || len == 0)
             break;
         history_entry e;
-        if (!history_record(std::string_view(reply->text, len), e))
+        if (!history_record(std::string_view(reply.text, len), e))
             continue;   // an entry that cannot be read is left out
         if (link_history(&head, k_order_append, e.album, e.track, e.time_played, e.artist, e.title, e.length) < 0)
             break;
@@ -77,8 +77,8 @@ int compile_history_menu(std::vector<menu_item> &rows, menu_handler handler, con
     char folder[sizeof master_root + 16];
     std::snprintf(folder, sizeof folder, "%s/History", master_root);
     const auto reply = request(master_sock, DIRLIST, 58, 1, folder);
-    const std::size_t len = std::min<std::size_t>(reply->length, k_text_max);
-    return for_each_dir_name(reply->text, len, [&](std::string_view name) {
+    const std::size_t len = std::min<std::size_t>(reply.length, k_text_max);
+    return for_each_dir_name(reply.text, len, [&](std::string_view name) {
         char copy[256];
         copy_bounded(copy, name);
         char label[k_history_label_len];

@@ -1,7 +1,6 @@
 #include "playlist/requests.hpp"
 
 #include "browse/chain.hpp"
-#include "core/link.hpp"
 #include "playlist/offline.hpp"
 
 #include <algorithm>
@@ -15,19 +14,6 @@ std::vector<chain_item *> retired;             // replaced playlist lists waitin
 std::unordered_set<const void *> owned_blocks;   // heap labels and arguments of run-time menu rows
 
 }   // namespace
-
-std::unique_ptr<server_msg> request(int socket, std::int64_t type, std::int64_t album_no, std::int64_t track_no,
-                                    std::string_view text)
-{
-    auto msg = std::make_unique<server_msg>();
-    msg->socket = socket;
-    msg->type = type;
-    msg->album = album_no;
-    msg->track = track_no;
-    set_text(*msg, text);
-    send_msg(msg.get());
-    return msg;
-}
 
 void retire_chain(chain_item *first)
 {

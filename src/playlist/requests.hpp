@@ -1,23 +1,11 @@
-// What the playlist screens share: one request to a server, the keeping of
-// replaced playlist lists, and the heap blocks of run-time menu rows.
+// What the playlist screens share: the keeping of replaced playlist lists,
+// and the heap blocks of run-time menu rows.
 #pragma once
 
-#include "proto/wire.hpp"
-
 #include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <string_view>
 
 struct chain_item;
-
-inline constexpr std::int64_t k_refused = 0xFFFF;   // a reply's album field when the request failed
-
-// Sends one request on `socket` and returns the record holding its reply. Each
-// request has its own record, so a screen opened while a reply is awaited
-// (an unsolicited message's handler) cannot overwrite it.
-std::unique_ptr<server_msg> request(int socket, std::int64_t type, std::int64_t album_no, std::int64_t track_no,
-                                    std::string_view text);
 
 // Puts a replaced list aside instead of releasing it at once: a screen further
 // out (a browser, an operation over the whole list) may still be walking it.

@@ -2,8 +2,6 @@
 // chosen row's handler.
 #include "ui/menu.hpp"
 
-#include "audio/player.hpp"
-#include "audio/stream.hpp"
 #include "core/input.hpp"
 #include "core/keys.hpp"
 #include "core/link.hpp"
@@ -20,6 +18,8 @@
 namespace {
 
 enum class menu_state { reading, chosen, leave };
+
+std::span<const menu_key> program_keys;   // the keys the app handles in every menu
 
 // One running menu: its table, title, footer and layout on the current screen.
 struct menu_run {
@@ -71,7 +71,18 @@ void show_server_time()
     popup(text, 3);
 }
 
+// The program's entry for a key, or null.
+const menu_key *program_key(int key)
+{
+    for (const menu_key &k : program_keys)
+        if (k.key == key)
+            return &k;
+    return nullptr;
+}
+
 }   // namespace
+
+void set_menu_keys(std::span<const menu_key> keys) { program_keys = keys; }
 
 int menu_func(const menu_item *table, int first_row, const char *title, const char *footer_text)
 {
@@ -136,18 +147,15 @@ int menu_func(const menu_item *table, int first_row, const char *title, const ch
                 help_screen(nullptr, 0, nullptr);
                 lay_out(m);
                 break;
-            case k_key_ctrl_a:
-                audio_func(nullptr, -1, nullptr);
-                lay_out(m);
-                break;
-            case k_key_ctrl_l:
-                local_player(0, 0);
-                lay_out(m);
-                break;
             case 'w':
                 show_server_time();
                 break;
             default:
+                if (const menu_key *k = program_key(key)) {
+                    k->action();
+                    lay_out(m);
+                    break;
+                }
                 current = menu_quick_select(table, rows, current, key);
                 break;
             }

@@ -1,8 +1,9 @@
 // The program's entry: root directory, configuration, log, servers, greeting,
 // then either one command-line operation or the interactive main loop.
+#include "app/hooks.hpp"
+#include "app/menu_tables.hpp"
 #include "audio/player.hpp"
 #include "cli/command_line.hpp"
-#include "core/access.hpp"
 #include "core/config.hpp"
 #include "core/input.hpp"
 #include "core/keymap.hpp"
@@ -11,13 +12,13 @@
 #include "core/process.hpp"
 #include "core/signals.hpp"
 #include "core/startup.hpp"
-#include "db/album.hpp"
 #include "playlist/console.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "ui/load_screen.hpp"
 #include "ui/menu.hpp"
-#include "ui/menu_tables.hpp"
+#include "ui/password.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
@@ -29,8 +30,6 @@
 #include <curses.h>
 #include <strings.h>
 #include <unistd.h>
-
-void init_proc_title(int argc, char **argv);
 
 namespace {
 
@@ -97,28 +96,6 @@ void decode_server_mode()
     }
 }
 
-// Greets each server with CLIENT_OPEN. The second greeting reuses the record as
-// the first reply left it (type, album and track included), deliberately.
-void greet_servers()
-{
-    static server_msg greeting;
-    greeting.type = CLIENT_OPEN;
-    greeting.sequence = 0;
-    greeting.album = 1;
-    greeting.track = 0;
-    set_text(greeting, "");
-    greeting.socket = master_sock;
-    master_sequ = 0;
-    send_msg(&greeting);
-    if (local_server == 1) {
-        cd_srv_sequ = 0;
-        set_text(greeting, "");
-        greeting.socket = cd_srv_sock;
-        send_msg(&greeting);
-        cd_srv_sequ = greeting.sequence;
-    }
-}
-
 void init_screen()
 {
     initscr();
@@ -161,6 +138,7 @@ void resize_func(int)
 
 int main(int argc, char **argv)
 {
+    install_hooks();
     init_proc_title(argc, argv);
     enter_root(argv);
     read_configuration();
@@ -190,8 +168,6 @@ int main(int argc, char **argv)
     gui = 1;
     const char *const stty[] = {"/bin/stty", "-ixon", nullptr};
     run_program(stty, false);
-    input.socket = STDIN_FILENO;
-    input.type = INPUT;
     signal_pipe_open();
     init_screen();
     password = 0;

@@ -2,6 +2,8 @@
 //
 // To add a row: write the handler `on_foo(server_msg *)` below, then add it to
 // async_handlers (kept sorted by type).
+#include "app/async.hpp"
+
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "core/input.hpp"
@@ -166,13 +168,7 @@ void loaded_cd_view(server_msg *m, int list_kind, int mode)
     clear();
     frame(stdscr);
     refresh();
-    static server_msg eject;
-    eject.socket = cd_srv_sock;
-    eject.type = CD_EJECT;
-    eject.album = eject_album;
-    eject.track = 0;
-    set_text(eject, "");
-    send_msg(&eject);
+    request(cd_srv_sock, CD_EJECT, eject_album, 0);
 }
 
 void on_exocd(server_msg *m) { loaded_cd_view(m, k_order_numeric, k_browse_album); }
@@ -255,13 +251,7 @@ void on_cd_waiting(server_msg *m)
         copy_bounded(text, "An unknown album is loaded: Do you wish to edit it?");
     char reply[2] = {};
     if (prompt(10, 10, text, reply, 1, 4) == 'y') {
-        static server_msg answer;
-        answer.socket = cd_srv_sock;
-        answer.type = CD_WAITING;
-        answer.album = m->album;
-        answer.track = m->track;
-        set_text(answer, "");
-        send_msg(&answer);
+        request(cd_srv_sock, CD_WAITING, m->album, m->track);
     } else {
         clear();
     }

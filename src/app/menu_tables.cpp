@@ -1,4 +1,4 @@
-// The fixed menus of the program.
+// The fixed menus of the program (the browser's own are in browse/list_menus.cpp).
 //
 // To add a row: write the handler `foo_func(const void *arg, int code, const
 // char *label)` (return -1 to stay in the menu, -5 to leave it with this row,
@@ -6,17 +6,15 @@
 // add the row here before the table's null_func row. A row that opens a
 // sub-menu has `menu_func` as handler and the sub-menu's table as argument; a
 // sub-menu never shows a footer.
-#include "ui/menu_tables.hpp"
+#include "app/menu_tables.hpp"
 
 #include "album/album_screens.hpp"
 #include "album/corrections.hpp"
 #include "album/import.hpp"
 #include "album/timings.hpp"
+#include "app/access.hpp"
 #include "audio/stream.hpp"
-#include "browse/apply.hpp"
 #include "browse/search.hpp"
-#include "core/access.hpp"
-#include "db/album.hpp"
 #include "media/duplicates.hpp"
 #include "media/new_album.hpp"
 #include "playlist/console.hpp"
@@ -25,23 +23,6 @@
 #include "ui/help.hpp"
 
 #include <iterator>
-
-namespace {
-
-// The row that ends every table.
-constexpr menu_item end_row = {.label = "", .handler = null_func, .argument = nullptr, .code = 0};
-
-// A table ends with the null_func row and has no other.
-template <std::size_t N>
-constexpr bool well_formed(const menu_item (&table)[N])
-{
-    for (std::size_t i = 0; i + 1 < N; ++i)
-        if (table[i].handler == null_func || table[i].label == nullptr)
-            return false;
-    return table[N - 1].handler == null_func;
-}
-
-}   // namespace
 
 constexpr menu_item audio_menu[] = {
     {.label = "Start local audio stream", .handler = audio_func, .argument = nullptr, .code = 0},
@@ -122,46 +103,9 @@ constexpr menu_item shut_down[] = {
     end_row,
 };
 
-// The operation numbers of the mass operations; 3 has no row.
-constexpr menu_item apply_menu[] = {
-    {.label = "Add all tracks to the current playlist", .handler = apply_svce, .argument = nullptr, .code = 1},
-    {.label = "Put all tracks on a specified playlist", .handler = apply_svce, .argument = nullptr, .code = 2},
-    {.label = "Remove all tracks from normal Selection", .handler = apply_svce, .argument = nullptr, .code = 4},
-    {.label = "Put all tracks on the short-list", .handler = apply_svce, .argument = nullptr, .code = 5},
-    {.label = "Remove all tracks from the short-list", .handler = apply_svce, .argument = nullptr, .code = 6},
-    {.label = "Edit all artist strings", .handler = apply_svce, .argument = nullptr, .code = 7},
-    {.label = "Edit all title strings", .handler = apply_svce, .argument = nullptr, .code = 8},
-    {.label = "Force all tracks off-line", .handler = apply_svce, .argument = nullptr, .code = 9},
-    end_row,
-};
-
-// Choosing a row of these two returns its index to the browser.
-constexpr menu_item sort_menu[] = {
-    {.label = "Numerical Order", .handler = quit_func, .argument = nullptr, .code = 1},
-    {.label = "Artist Order", .handler = quit_func, .argument = nullptr, .code = 2},
-    {.label = "Title Order", .handler = quit_func, .argument = nullptr, .code = 3},
-    {.label = "Length of Track or Album Order", .handler = quit_func, .argument = nullptr, .code = 4},
-    {.label = "CD-ID or Time Played Order", .handler = quit_func, .argument = nullptr, .code = 5},
-    {.label = "No. of Plays Order", .handler = quit_func, .argument = nullptr, .code = 6},
-    {.label = "Original Order", .handler = quit_func, .argument = nullptr, .code = 7},
-    {.label = "Quit", .handler = quit_func, .argument = nullptr, .code = 8},
-    end_row,
-};
-
-constexpr menu_item output_menu[] = {
-    {.label = "Plain Text Listing", .handler = quit_func, .argument = nullptr, .code = 0},
-    {.label = "Inlay card", .handler = quit_func, .argument = nullptr, .code = 1},
-    {.label = "CSV file", .handler = quit_func, .argument = nullptr, .code = 2},
-    {.label = "Quit", .handler = quit_func, .argument = nullptr, .code = 3},
-    end_row,
-};
-
 static_assert(well_formed(main_menu) && std::size(main_menu) == 11);
 static_assert(well_formed(maint_menu) && std::size(maint_menu) == 16);
 static_assert(well_formed(report_menu) && std::size(report_menu) == 17);
 static_assert(well_formed(import_menu) && std::size(import_menu) == 4);
 static_assert(well_formed(shut_down) && std::size(shut_down) == 8);
 static_assert(well_formed(audio_menu) && std::size(audio_menu) == 4);
-static_assert(well_formed(apply_menu) && std::size(apply_menu) == 9);
-static_assert(well_formed(sort_menu) && std::size(sort_menu) == 9);
-static_assert(well_formed(output_menu) && std::size(output_menu) == 5);

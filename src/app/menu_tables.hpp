@@ -9,6 +9,3 @@ extern const menu_item report_menu[];
 extern const menu_item import_menu[];
 extern const menu_item shut_down[];
 extern const menu_item audio_menu[];
-extern const menu_item apply_menu[];
-extern const menu_item sort_menu[];
-extern const menu_item output_menu[];
