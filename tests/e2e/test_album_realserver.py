@@ -119,3 +119,23 @@ def test_a_timing_recalculation_is_read_back(server, term):
         assert got[n][:2] == before[n][:2]
     t.send("n")
     heading_at(t, "Maintenance")
+
+
+def test_a_deletion_is_seen_by_other_clients_and_its_late_reply_confuses_nothing(server, term):
+    t = start(server, term)
+    maintenance_row(t, "Delete Album")
+    t.wait_for("Album No:", row=18, col=12)
+    t.send("5\r")
+    t.wait_for("Are you sure you wish to delete this album?", row=16, col=10)
+    t.send("y")
+    heading_at(t, "Maintenance")
+    c = server.client()
+    assert c.request(ALBUM_READ, album=5).album == 0xFFFE   # no such album
+    c.close()
+    # The requests after it are answered as their own.
+    maintenance_row(t, "Album Tracklist")
+    album_number(t, 4)
+    first = read_back(server, 4)
+    heading_at(t, "0004: %.29s - %.29s [%s]" % (first[0][0], first[0][1], first[0][2].split()[0]))
+    t.send(KEY.ESC)
+    t.wait_for("Album No: 0006", row=18, col=12)   # 5 is no longer in use
