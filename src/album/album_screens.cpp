@@ -193,7 +193,7 @@ int display_album(const void *, int album_no, const char *)
                 return k_escape;
             }
             const int checked = check_a_no(reply, 0);
-            if (checked == -2) {
+            if (checked == k_invalid) {
                 number = last_album = 1;
                 continue;
             }
@@ -275,7 +275,7 @@ int edit_album(const void *arg, int code, const char *)
         cur_track = code < 0 ? 0 : code > k_max_track ? k_max_track : code;
     }
     cur_album = check_a_no(number_text, 1);
-    if (cur_album == -2)
+    if (cur_album == k_invalid)
         return k_invalid;
     clear();
     frame(stdscr);
@@ -361,7 +361,7 @@ int update_cur_album()
     a.present = 2;
     if (album_time_unknown(a.entry[0].time))
         sum_album_time(a);
-    if (write_album(cur_album, master_sock) == -2) {
+    if (write_album(cur_album, master_sock) == k_invalid) {
         errno = 0;
         error_msg("Cannot write to album", cur_album);
         return k_invalid;
@@ -378,7 +378,7 @@ int delete_album(const void *, int, const char *)
     if (prompt(k_number_row, k_number_col, "Album No:", reply, 5, 4) == k_escape)
         return k_escape;
     const int album_no = check_a_no(reply, 1);
-    if (album_no == -2)
+    if (album_no == k_invalid)
         return k_invalid;
     const track_rec &h = album[album_no].entry[0];
     char text[256];

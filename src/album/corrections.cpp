@@ -24,6 +24,11 @@ constexpr int k_lower_first = 1;
 
 constexpr int k_last_entry = k_max_entries - 1;
 
+// The failure "Capitalize ALL" and the import look for in write_album's
+// result: -1, where the editor and the single-album corrections look for -2
+// (k_invalid). Each keeps its own test; write_album returns 0 today.
+constexpr int k_write_refused = -1;
+
 // The album number question of these commands. Returns the album number, or
 // -3 (ESC) or -2 (refused, after "Invalid Album No."); `answer` receives what
 // the prompt returned.
@@ -35,7 +40,7 @@ int ask_album(int &answer)
     if (answer == k_escape)
         return k_escape;
     const int album_no = check_a_no(reply, 1);
-    if (album_no == -2) {
+    if (album_no == k_invalid) {
         char key[2] = "";
         prompt(18, 12, "Invalid Album No.", key, 1, 0);
         return k_invalid;
@@ -47,7 +52,7 @@ int ask_album(int &answer)
 // Stores one corrected album: -1, or -2 after "Cannot write to album".
 int store_corrected(int album_no)
 {
-    if (write_album(album_no, master_sock) == -2) {
+    if (write_album(album_no, master_sock) == k_invalid) {
         errno = 0;
         error_msg("Cannot write to album", album_no);
         return k_invalid;
@@ -140,7 +145,7 @@ int capitals(const void *, int, const char *)
             capitalize(a.entry[t].title);
             capitalize(a.entry[t].artist);
         }
-        if (write_album(n, master_sock) == -1) {
+        if (write_album(n, master_sock) == k_write_refused) {
             errno = 0;
             error_msg("Write failure", n);
             return k_invalid;

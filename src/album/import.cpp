@@ -26,6 +26,11 @@ constexpr int k_import_plain = 3;
 
 constexpr int k_name_length = 50;   // characters of the file name and of the album answers
 
+// The failure "Capitalize ALL" and the import look for in write_album's
+// result: -1, where the editor and the single-album corrections look for -2
+// (k_invalid). Each keeps its own test; write_album returns 0 today.
+constexpr int k_write_refused = -1;
+
 // What parse_track keeps from one line to the next; reset together by a null line.
 struct import_state {
     int first = 1;      // the next line is a file's first: ask the questions
@@ -75,7 +80,7 @@ file_handle open_for_reading(const char *path)
 // Stores the album after an import: false after "Cannot write album".
 bool store_import(int album_no)
 {
-    if (write_album(album_no, master_sock) == -1) {
+    if (write_album(album_no, master_sock) == k_write_refused) {
         errno = 0;
         error_msg("Cannot write album", album_no);
         return false;
@@ -109,7 +114,7 @@ int import(const void *, int code, const char *)
     if (prompt(18, 12, "Album No:", reply, 4, 4) == k_escape)
         return k_escape;
     const int album_no = check_a_no(reply, 1);
-    if (album_no == -2)
+    if (album_no == k_invalid)
         return k_invalid;
     char path[k_name_length + 1];
     copy_bounded(path, code == k_import_freedb  ? "cddbread.1"

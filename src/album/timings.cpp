@@ -69,7 +69,7 @@ int track_timings(const void *, int code, const char *)
         if (code == k_ask_number && prompt(12, 28, "Album No:", reply, 4, 4) == k_escape)
             return k_escape;
         const int album_no = check_a_no(reply, 1);
-        if (album_no == -2) {
+        if (album_no == k_invalid) {
             const long typed = lenient_atol(reply);
             const int next = next_timing_album(typed > k_album_slots ? k_album_slots : static_cast<int>(typed));
             // Without questions a refused last album would be refused for ever.
