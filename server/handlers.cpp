@@ -200,13 +200,18 @@ void h_refresh(request_ctx &c)
         post_album_written(c.st, c.out, n, target::others);
 }
 
-// RESET: every play count back to 0.
+// RESET: every play count back to 0, acknowledged once stored.
 void h_reset(request_ctx &c)
 {
-    const std::vector<int> changed = store_reset_plays(c.st.store);
-    slog("Play counts reset: %zu albums (connection %d)", changed.size(), c.self.id);
+    const std::optional<std::vector<int>> changed = store_reset_plays(c.st.store);
+    if (!changed) {
+        slog("Play counts not reset: the database refused (connection %d)", c.self.id);
+        reply(c, k_refused);
+        return;
+    }
+    slog("Play counts reset: %zu albums (connection %d)", changed->size(), c.self.id);
     reply(c, ok_album(c.req));
-    for (int n : changed)
+    for (int n : *changed)
         post_album_written(c.st, c.out, n, target::all);
 }
 

@@ -435,13 +435,13 @@ bool store_record_play(album_store &s, int album, int track, std::int64_t when)
     return save_entries(s, album, {0, track});
 }
 
-std::vector<int> store_reset_plays(album_store &s)
+std::optional<std::vector<int>> store_reset_plays(album_store &s)
 {
     std::vector<int> changed;
     transaction tx(s.db.get());
     statement st(s.db.get(), "UPDATE entries SET plays=0 WHERE plays<>0");
     if (!st.run() || !tx.commit())
-        return changed;
+        return std::nullopt;
     for (int n = 0; n < k_album_slots; ++n) {
         stored_album *a = get_mut(s, n);
         if (a == nullptr)

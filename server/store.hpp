@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -91,8 +92,9 @@ change_result store_replace(album_store &s, int album, int track, bool title, st
 // and the album's last-played time. False when the track is absent.
 bool store_record_play(album_store &s, int album, int track, std::int64_t when);
 
-// Sets every play count to 0; returns the albums that changed.
-std::vector<int> store_reset_plays(album_store &s);
+// Sets every play count to 0 and stores it; returns the albums that changed,
+// or nothing when the database refused the change (the counts stay as they were).
+std::optional<std::vector<int>> store_reset_plays(album_store &s);
 
 // Marks off line every on-line track of 1..3000 and 9000..9019 whose media
 // file is missing under media_dir; returns the albums that changed.

@@ -145,7 +145,7 @@ void loaded_cd_view(server_msg *m, int list_kind, int mode)
     const album_rec &a = album[album_no];
     int count = 0;
     for (int t = 1; t <= a.tracks && t < k_max_entries; ++t)
-        count += link_track(&exo_head, list_kind, album_no, t, 0, 1) > 0 ? 1 : 0;
+        count += link_track(exo_head, list_kind, album_no, t, 0, 1) > 0 ? 1 : 0;
     const track_rec &head = a.entry[0];
     if (m->type == EXOCD) {
         std::snprintf(heading, sizeof heading, "%04d: %.29s - %.29s [%s]", album_no, head.artist, head.title,
@@ -156,12 +156,11 @@ void loaded_cd_view(server_msg *m, int list_kind, int mode)
                       head.time);
         copy_bounded(footer, "^F^1^0-bring online ^overwrite track ^^W/^^I check album/track");
     }
-    browser(&exo_head, count, 0, exocd_svce, mode);
+    browser(exo_head, count, 0, exocd_svce, mode);
     int eject_album = album_no;
-    if (exo_head != nullptr) {
-        eject_album = exo_head->album_no;
-        free_chain(exo_head);
-        exo_head = nullptr;
+    if (!exo_head.empty()) {
+        eject_album = exo_head.head()->album_no;
+        exo_head.reset();
     }
     copy_bounded(heading, saved_heading);
     copy_bounded(footer, saved_footer);

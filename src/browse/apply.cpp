@@ -222,10 +222,12 @@ int read_text(int row, int column, const char *label, char *buf, int size)
 
 }   // namespace
 
-int mass_apply(chain_item **head, const char *name, int number, int menu_flag)
+int mass_apply(chain_item *first, const char *name, int number, int menu_flag)
 {
     if (menu_flag != 0) {
-        chain_head = head != nullptr ? *head : nullptr;
+        // The operations run screens and requests; the list must outlive them whoever owns it.
+        const chain_walk walk(first);
+        chain_head = first;
         no_of_items = number;
         menu_func(apply_menu, 0, "Apply operations to whole browser list", "");
         // The list belongs to the browser; nothing may reach it once the menu is gone.

@@ -14,7 +14,6 @@
 #include "core/startup.hpp"
 #include "db/album.hpp"
 #include "playlist/offline.hpp"
-#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
@@ -255,10 +254,8 @@ bool change_list(carried_fields &c, const cli_options &o)
     }
     char line[k_cli_line];
     if (o.list_type == PLIST_ADD && track_no == 0) {
-        for (int t = 1; t <= rec->tracks; ++t) {
+        for (int t = 1; t <= rec->tracks; ++t)
             plist_add_svce(album_no, t, k_current_plist, 0, master_sock);
-            release_retired_chains();   // no list is shown here: each rebuilt copy can go at once
-        }
         format_album_added(line, sizeof line, album_no, rec->entry[0].artist, rec->entry[0].title);
         put_line(line);
     } else {

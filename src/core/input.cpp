@@ -7,6 +7,7 @@
 #include "proto/msg_types.hpp"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -145,6 +146,142 @@ void restore_cursor(const cursor_place &c)
         move(c.y, c.x);
 }
 
+// A key for a key wait without waiting: the last typed ahead, or one that
+// curses already holds (the rest of a sequence it could not decode is not
+// seen by select).
+bool key_at_hand(int &key)
+{
+    if (typed_ahead.pop(key))
+        return true;
+    if (!gui)
+        return false;
+    wtimeout(stdscr, 0);
+    key = wgetch(stdscr);
+    wtimeout(stdscr, 100);
+    if (key == ERR)
+        return false;
+    key = canonical_key(key);
+    return true;
+}
+
+// What the signals left for the screen (the local player's panel, a resize,
+// an interrupt): true when a key wait ends with -1 because of it.
+bool screen_event(bool key_wait)
+{
+    if (loop_hooks.each_pass != nullptr)
+        loop_hooks.each_pass();
+    if (resize_pending) {
+        resize_pending = 0;
+        if (loop_hooks.resized != nullptr)
+            loop_hooks.resized();
+        ++resize_generation;
+        if (key_wait)
+            return true;
+    }
+    if (interrupt_pending && key_wait) {
+        interrupt_pending = 0;
+        if (loop_hooks.interrupted != nullptr)
+            loop_hooks.interrupted();
+        return true;
+    }
+    return false;
+}
+
+// Waits up to a second for the keyboard (in the interactive program), the
+// servers and the signal pipe: the number of readable descriptors, 0 after a
+// time-out or an interrupted wait, -1 on any other failure.
+int wait_readable(fd_set &readable)
+{
+    FD_ZERO(&readable);
+    int max_fd = -1;
+    const auto watch = [&](int fd) {
+        if (fd >= 0) {
+            FD_SET(fd, &readable);
+            max_fd = fd > max_fd ? fd : max_fd;
+        }
+    };
+    if (gui)
+        watch(STDIN_FILENO);
+    watch(master_sock);
+    watch(cd_srv_sock);
+    watch(signal_pipe_fd());
+    timeval timeout = {.tv_sec = 1, .tv_usec = 0};
+    const int ready = select(max_fd + 1, &readable, nullptr, nullptr, &timeout);
+    if (ready < 0 && errno == EINTR)
+        return 0;   // an interrupted wait counts as a time-out
+    return ready;
+}
+
+constexpr int k_wait_on = INT_MIN;   // take_readable: the wait goes on
+
+// A server connection is readable: takes what has arrived of its next message.
+// The reply ends the wait with its text length (the messages queued meanwhile
+// are handled first); an unsolicited message during a key wait is handled and
+// ends the wait with -1; one during a reply wait is queued.
+int server_readable(int fd, server_msg *msg, bool key_wait, const cursor_place &cursor)
+{
+    receiver &rx = receiver_for(fd);
+    const int got = receive_some(fd, rx);
+    if (got < 0)
+        server_lost();
+    if (got == 0) {
+        restore_cursor(cursor);
+        return k_wait_on;
+    }
+    if (!key_wait && is_reply(*msg, fd, rx.h.type, rx.h.sequence)) {
+        take_message(fd, rx, *msg);
+        drain_queue();
+        restore_cursor(cursor);
+        if (gui)
+            refresh();
+        return static_cast<int>(msg->length);
+    }
+    server_msg *m = new_record("Message queue malloc failed");
+    take_message(fd, rx, *m);
+    if (key_wait) {
+        std::unique_ptr<server_msg> owned(m);
+        if (loop_hooks.message != nullptr)
+            loop_hooks.message(m, true);
+        restore_cursor(cursor);
+        return -1;
+    }
+    append_to_queue(m);
+    restore_cursor(cursor);
+    return k_wait_on;
+}
+
+// Something is readable: the signal pipe is emptied; a key ends a key wait,
+// and keys typed while a reply is awaited go on the type-ahead stack; then one
+// message is taken, the master server's first. Returns what get_input returns,
+// or k_wait_on; the cursor is back in its place either way.
+int take_readable(const fd_set &readable, server_msg *msg, bool key_wait, const cursor_place &cursor)
+{
+    if (signal_pipe_fd() >= 0 && FD_ISSET(signal_pipe_fd(), &readable)) {
+        signal_pipe_drain();
+        restore_cursor(cursor);
+        return k_wait_on;
+    }
+    if (gui && FD_ISSET(STDIN_FILENO, &readable)) {
+        if (key_wait) {
+            restore_cursor(cursor);
+            const int key = wgetch(stdscr);
+            return key == ERR ? ERR : canonical_key(key);
+        }
+        for (int key; (key = wgetch(stdscr)) != ERR;)
+            typed_ahead.push(canonical_key(key));
+    }
+    int fd = -1;
+    if (master_sock >= 0 && FD_ISSET(master_sock, &readable))
+        fd = master_sock;
+    else if (cd_srv_sock >= 0 && FD_ISSET(cd_srv_sock, &readable))
+        fd = cd_srv_sock;
+    if (fd < 0) {
+        restore_cursor(cursor);
+        return k_wait_on;
+    }
+    return server_readable(fd, msg, key_wait, cursor);
+}
+
 }   // namespace
 
 void push_key(int key) { typed_ahead.push(key); }
@@ -172,113 +309,23 @@ int get_input(server_msg *msg, int ticks)
     const bool key_wait = msg->type == INPUT;
     if (gui)
         wtimeout(stdscr, 100);
-    if (key_wait) {
-        int key;
-        if (typed_ahead.pop(key))
-            return key;
-        if (gui) {
-            // A key that curses already holds (the rest of a sequence it could not decode) is not seen by select.
-            wtimeout(stdscr, 0);
-            key = wgetch(stdscr);
-            wtimeout(stdscr, 100);
-            if (key != ERR)
-                return canonical_key(key);
-        }
-    }
+    int key;
+    if (key_wait && key_at_hand(key))
+        return key;
     for (;;) {
-        if (gui) {
-            if (loop_hooks.each_pass != nullptr)
-                loop_hooks.each_pass();
-            if (resize_pending) {
-                resize_pending = 0;
-                if (loop_hooks.resized != nullptr)
-                    loop_hooks.resized();
-                ++resize_generation;
-                if (key_wait)
-                    return -1;
-            }
-            if (interrupt_pending && key_wait) {
-                interrupt_pending = 0;
-                if (loop_hooks.interrupted != nullptr)
-                    loop_hooks.interrupted();
-                return -1;
-            }
-        }
+        if (gui && screen_event(key_wait))
+            return -1;
         const cursor_place cursor = park_cursor();
         fd_set readable;
-        FD_ZERO(&readable);
-        int max_fd = -1;
-        const auto watch = [&](int fd) {
-            if (fd >= 0) {
-                FD_SET(fd, &readable);
-                max_fd = fd > max_fd ? fd : max_fd;
-            }
-        };
-        if (gui)
-            watch(STDIN_FILENO);
-        watch(master_sock);
-        watch(cd_srv_sock);
-        watch(signal_pipe_fd());
-        timeval timeout = {.tv_sec = 1, .tv_usec = 0};
-        int ready = select(max_fd + 1, &readable, nullptr, nullptr, &timeout);
+        const int ready = wait_readable(readable);
         if (ready < 0) {
-            if (errno != EINTR) {
-                restore_cursor(cursor);
-                return -1;
-            }
-            ready = 0;   // an interrupted wait counts as a time-out
+            restore_cursor(cursor);
+            return -1;
         }
         if (ready > 0) {
-            if (signal_pipe_fd() >= 0 && FD_ISSET(signal_pipe_fd(), &readable)) {
-                signal_pipe_drain();
-                restore_cursor(cursor);
-                continue;
-            }
-            if (gui && FD_ISSET(STDIN_FILENO, &readable)) {
-                if (key_wait) {
-                    restore_cursor(cursor);
-                    const int key = wgetch(stdscr);
-                    return key == ERR ? ERR : canonical_key(key);
-                }
-                for (int key; (key = wgetch(stdscr)) != ERR;)
-                    typed_ahead.push(canonical_key(key));
-            }
-            int fd = -1;
-            if (master_sock >= 0 && FD_ISSET(master_sock, &readable))
-                fd = master_sock;
-            else if (cd_srv_sock >= 0 && FD_ISSET(cd_srv_sock, &readable))
-                fd = cd_srv_sock;
-            if (fd < 0) {
-                restore_cursor(cursor);
-                continue;
-            }
-            receiver &rx = receiver_for(fd);
-            const int got = receive_some(fd, rx);
-            if (got < 0)
-                server_lost();
-            if (got == 0) {
-                restore_cursor(cursor);
-                continue;
-            }
-            if (!key_wait && is_reply(*msg, fd, rx.h.type, rx.h.sequence)) {
-                take_message(fd, rx, *msg);
-                drain_queue();
-                restore_cursor(cursor);
-                if (gui)
-                    refresh();
-                return static_cast<int>(msg->length);
-            }
-            server_msg *m = new_record("Message queue malloc failed");
-            take_message(fd, rx, *m);
-            if (key_wait) {
-                std::unique_ptr<server_msg> owned(m);
-                if (loop_hooks.message != nullptr)
-                    loop_hooks.message(m, true);
-                restore_cursor(cursor);
-                return -1;
-            }
-            append_to_queue(m);
-            restore_cursor(cursor);
+            const int result = take_readable(readable, msg, key_wait, cursor);
+            if (result != k_wait_on)
+                return result;
             continue;
         }
         if (gui && loop_hooks.idle_second != nullptr)

@@ -3,5 +3,5 @@
 
 int freedb_matches;
 int current_match;
-chain_item *exo_head;
+chain_list exo_head;
 std::uint64_t cd_info[2];

@@ -41,16 +41,6 @@ constexpr int k_deleted = -1;          // the album was deleted
 constexpr int k_last_database_album = 8999;
 constexpr std::size_t k_export_block = 256;
 
-// A browser list that is released when its holder goes out of scope.
-struct chain_owner {
-    chain_item *head = nullptr;
-
-    chain_owner() = default;
-    chain_owner(const chain_owner &) = delete;
-    chain_owner &operator=(const chain_owner &) = delete;
-    ~chain_owner() { free_chain(head); }
-};
-
 // The table as the scans take it.
 std::span<album_rec> table() { return {album, static_cast<std::size_t>(k_album_slots)}; }
 
@@ -90,9 +80,9 @@ void file_error(const char *format, const char *path, int errnum)
 }
 
 // Builds a list in the order given; the number of elements, or -1.
-int list_of(chain_item **head, const std::vector<chain_entry> &entries)
+int list_of(chain_list &list, const std::vector<chain_entry> &entries)
 {
-    return build_chain(head, k_order_append, entries, 1);
+    return build_chain(list, k_order_append, entries, 1);
 }
 
 // Copies the unique tracks' media files into the export folder.
@@ -216,17 +206,17 @@ int check_one(int a, int selector)
     std::snprintf(heading, sizeof heading, "%04d: %.29s - %.29s", a, head.artist, head.title);
     std::snprintf(footer, sizeof footer, "Unique tracks: %d (Duplicate tracks: %d)  e^xport Tracks",
                   copies.unique_count, copies.duplicate_count);
-    chain_owner unique;
-    chain_owner duplicates;
-    const int unique_listed = list_of(&unique.head, copies.unique);
-    const int duplicates_listed = list_of(&duplicates.head, copies.duplicates);
+    chain_list unique;
+    chain_list duplicates;
+    const int unique_listed = list_of(unique, copies.unique);
+    const int duplicates_listed = list_of(duplicates, copies.duplicates);
     bool exported = false;
     if (unique_listed >= 0 && duplicates_listed >= 0) {
-        if (browser(&unique.head, unique_listed, 0, search_svce, k_browse_duplicates) == 'x')
+        if (browser(unique, unique_listed, 0, search_svce, k_browse_duplicates) == 'x')
             exported = export_or_rip(a, copies.unique);
         if (!exported) {
             std::snprintf(footer, sizeof footer, "Duplicate Tracks: %d", copies.duplicate_count);
-            browser(&duplicates.head, duplicates_listed, 0, search_svce, k_browse_duplicates);
+            browser(duplicates, duplicates_listed, 0, search_svce, k_browse_duplicates);
         }
     }
     copy_bounded(heading, saved_heading);
@@ -326,14 +316,14 @@ void browse_remaining()
         for (int t = 1; t <= album[a].tracks && t < k_max_entries; ++t)
             tracks.push_back({.album_no = a, .track_no = t, .key = 0});
     }
-    chain_owner list;
-    const int count = build_chain(&list.head, k_order_artist, tracks, 1);
+    chain_list list;
+    const int count = build_chain(list, k_order_artist, tracks, 1);
     if (count < 0)
         return;
     char saved_footer[sizeof footer];
     copy_bounded(saved_footer, footer);
     copy_bounded(footer, "^^R re-sort  ^^V reverse sort-order   track^list");
-    browser(&list.head, count, 0, search_svce, k_browse_plain);
+    browser(list, count, 0, search_svce, k_browse_plain);
     copy_bounded(footer, saved_footer);
 }
 

@@ -154,10 +154,9 @@ void rebuild(int a, int key)
 {
     const track_rec &head = album[a].entry[0];
     std::snprintf(heading, sizeof heading, "%04d: %.29s - %.29s [%s]", a, head.artist, head.title, head.time);
-    free_chain(exo_head);
-    exo_head = nullptr;
+    exo_head.reset();
     for (int t = 1; t <= album[a].tracks && t < k_max_entries; ++t)
-        if (link_track(&exo_head, k_order_numeric, a, t, 0, 1) < 0)
+        if (link_track(exo_head, k_order_numeric, a, t, 0, 1) < 0)
             break;
     loaded_cd_footer(footer, sizeof footer, key == k_key_f(9) || key == k_key_f(10), freedb_matches, current_match);
 }
@@ -234,8 +233,7 @@ int exocd_svce(chain_item *current, int key, int mode)
         break;
     case 'd':
         if (check_duplicate(nullptr, a, nullptr) == -1) {
-            free_chain(exo_head);
-            exo_head = nullptr;
+            exo_head.reset();
         }
         return 0;
     case 'e': {

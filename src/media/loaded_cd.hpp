@@ -1,13 +1,13 @@
 // The CD loaded in a server's drive and its freedb matches.
 #pragma once
 
-#include <cstdint>
+#include "browse/chain.hpp"
 
-struct chain_item;
+#include <cstdint>
 
 extern int freedb_matches;        // freedb matches of the loaded CD (negative: freedb unavailable)
 extern int current_match;         // the match being shown
-extern chain_item *exo_head;      // the loaded CD's track list
+extern chain_list exo_head;       // the loaded CD's track list
 extern std::uint64_t cd_info[2];  // the loaded CD's identifier, in element 1
 
 // Browser callback of the loaded CD's track list.

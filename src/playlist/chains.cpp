@@ -5,7 +5,6 @@
 #include "core/link.hpp"
 #include "db/album.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "proto/msg_types.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"

@@ -10,7 +10,6 @@
 #include "playlist/history_name.hpp"
 #include "playlist/offline.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
 #include "ui/popup.hpp"
@@ -35,7 +34,7 @@ int browse_history(const char *file_text, const char *title, bool console)
     if (console)
         put_text(stdscr, 12, 30, "Please Wait ....");
     refresh();
-    chain_item *head = nullptr;
+    chain_list head;
     int count = 0;
     for (int asked = 0; asked < k_history_max; ++asked) {
         const auto reply = request(master_sock, HISTORY, 1, 0, file_text);
@@ -46,7 +45,7 @@ int browse_history(const char *file_text, const char *title, bool console)
         history_entry e;
         if (!history_record(std::string_view(reply.text, len), e))
             continue;   // an entry that cannot be read is left out
-        if (link_history(&head, k_order_append, e.album, e.track, e.time_played, e.artist, e.title, e.length) < 0)
+        if (link_history(head, k_order_append, e.album, e.track, e.time_played, e.artist, e.title, e.length) < 0)
             break;
         ++count;
         char shown[16];
@@ -61,14 +60,13 @@ int browse_history(const char *file_text, const char *title, bool console)
         copy_bounded(saved_footer, footer);
         copy_bounded(heading, title);
         footer[0] = '\0';
-        browser(&head, count, count, search_svce, k_browse_history);
+        browser(head, count, count, search_svce, k_browse_history);
         copy_bounded(heading, saved_heading);
         copy_bounded(footer, saved_footer);
     } else if (console) {
         errno = 0;
         popup("No History Available", 1);
     }
-    free_history_chain(head);
     return count;
 }
 

@@ -11,7 +11,6 @@
 #include "db/album.hpp"
 #include "playlist/console.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
@@ -133,7 +132,6 @@ int playlist_select(const void *, int code, const char *label)
         back_to_current();
         return k_escape;
     }
-    // The list shown before is put aside, not released: a screen further out may still hold it.
     const int count = playlist_chain_local(&reply);
     if (code == 3) {
         char name[sizeof cur_plist];
@@ -145,7 +143,7 @@ int playlist_select(const void *, int code, const char *label)
         copy_bounded(saved_heading, heading);
         std::snprintf(heading, sizeof heading, "Playlist: %s", cur_plist);
         copy_bounded(footer, "append to current playlist: ^A   delete this playlist: ^^D");
-        browser(&offl_head, count, 0, playlist_svce, k_browse_offline);
+        browser(offl_head, count, 0, playlist_svce, k_browse_offline);
         copy_bounded(heading, saved_heading);
     }
     return k_leave;

@@ -87,13 +87,16 @@ def test_an_unknown_disc_is_asked_about_and_shown_from_the_local_server(setup):
     disc.insert(setup.cue)
     t.wait_for("An unknown album is loaded: Do you wish to edit it?", row=10, col=10, timeout=20)
     t.send("y")
-    # The view: album 0 as the local server gave it (no texts yet), its time from the disc.
-    t.wait_for("0000:  -  [00:15]", timeout=10)
-    for time_text in ("00:04", "00:05", "00:06"):
-        assert t.find(time_text) is not None, t.text()
+    # The view: album 0 from the local server with its one freedb match loaded,
+    # the times from the disc.
+    t.wait_for("0000: Ada Quill - Paper Lanterns [00:15]", row=0, timeout=10)
+    t.wait_for("1 Match Duplicates F9-Database", timeout=10)
+    for row, (title, time_text) in enumerate((("A", "00:04"), ("B", "00:05"), ("C", "00:06")), start=2):
+        assert t.row(row).startswith("│ 0000/%02d Ada Quill" % (row - 1)), t.text()
+        assert "- %-29s [%s]" % (title, time_text) in t.row(row), t.text()
     t.send("\x1b", pause=0.5)
     # Leaving the view ejects the disc.
-    t.wait_gone("0000:  -  [00:15]", timeout=10)
+    t.wait_gone("0000: Ada Quill - Paper Lanterns [00:15]", timeout=10)
     for _ in range(100):
         if "CD %s ejected" % disc.id_hex in setup.local.log_text():
             break

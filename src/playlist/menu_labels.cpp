@@ -1,6 +1,4 @@
-#include "playlist/requests.hpp"
-
-#include "browse/chain.hpp"
+// The heap labels and arguments of menu rows made while the program runs.
 #include "playlist/offline.hpp"
 
 #include <algorithm>
@@ -10,23 +8,9 @@
 
 namespace {
 
-std::vector<chain_item *> retired;             // replaced playlist lists waiting for a safe moment
 std::unordered_set<const void *> owned_blocks;   // heap labels and arguments of run-time menu rows
 
 }   // namespace
-
-void retire_chain(chain_item *first)
-{
-    if (first != nullptr)
-        retired.push_back(first);
-}
-
-void release_retired_chains()
-{
-    for (chain_item *first : retired)
-        free_chain(first);
-    retired.clear();
-}
 
 char *owned_text(std::string_view text, std::size_t size)
 {
@@ -35,14 +19,6 @@ char *owned_text(std::string_view text, std::size_t size)
     std::memcpy(block, text.data(), text.size());
     owned_blocks.insert(block);
     return block;
-}
-
-int chain_length(const chain_item *first)
-{
-    int n = 0;
-    for (; first != nullptr; first = first->next)
-        ++n;
-    return n;
 }
 
 void release_menu_labels(std::vector<menu_item> &rows)
