@@ -178,6 +178,62 @@ void carry_artist()
     }
 }
 
+// The album the editor opens: asked for (number_text null; the editor starts
+// on the album itself) or given by the browser with the track to start on.
+// Sets cur_track; returns the album number, or -3 (ESC) or -2 (refused).
+int album_to_edit(const char *number_text, int track_no)
+{
+    char reply[8];
+    if (number_text == nullptr) {
+        if (last_album == 0)
+            last_album = 1;
+        std::snprintf(reply, sizeof reply, "%04d", last_album);
+        if (prompt(k_number_row, k_number_col, "Album No:", reply, 4, 4) == k_escape)
+            return k_escape;
+        cur_track = 0;
+        number_text = reply;
+    } else {
+        cur_track = track_no < 0 ? 0 : track_no > k_max_track ? k_max_track : track_no;
+    }
+    return check_a_no(number_text, 1);
+}
+
+// Stores the form into its record when it differs from its snapshot; true when it did.
+bool keep_form(const form_field *snapshot)
+{
+    if (!form_changed(snapshot))
+        return false;
+    copy_from_form(cur_album, cur_track);
+    return true;
+}
+
+// Moves the editor to the record a page key asks for; false past the last track an album can hold.
+bool move_record(int result)
+{
+    if (result == k_field_page_down) {
+        if (cur_track + 1 > k_max_track)
+            return false;
+        ++cur_track;
+    } else if (result == k_field_page_up) {
+        if (cur_track > 0)
+            --cur_track;
+    } else {
+        cur_track = 0;
+    }
+    return true;
+}
+
+// Puts the record moved to into the form, a new (empty) track inheriting the
+// carried artist, and takes the form's snapshot.
+void open_record(form_field *snapshot)
+{
+    copy_to_form(cur_album, cur_track);
+    form_field &artist = data_input[k_form_artist];
+    if (artist.value[0] == ' ')
+        std::snprintf(artist.value, sizeof artist.value, "%-*.*s", artist.length, artist.length, cur_artist);
+    std::memcpy(snapshot, data_input, sizeof data_input);
+}
+
 }   // namespace
 
 int display_album(const void *, int album_no, const char *)
@@ -208,12 +264,11 @@ int display_album(const void *, int album_no, const char *)
         std::vector<chain_entry> entries;
         for (int t = 1; t <= track_count(number); ++t)
             entries.push_back({.album_no = number, .track_no = t, .key = 0});
-        chain_item *list = nullptr;
-        const int count = build_chain(&list, k_order_numeric, entries, 1);
+        chain_list list;
+        const int count = build_chain(list, k_order_numeric, entries, 1);
         album_heading(number);
         copy_bounded(footer, "^add to playList  ^more by artist  ^duplicates  ^^WAV check");
-        const int result = count < 0 ? -1 : browser(&list, count, 0, search_svce, k_browse_album);
-        free_chain(list);
+        const int result = count < 0 ? -1 : browser(list, count, 0, search_svce, k_browse_album);
         if (album_no != 0) {
             saved.restore();
             return result;
@@ -259,24 +314,11 @@ int details(int album_no, int track_no)
 
 int edit_album(const void *arg, int code, const char *)
 {
-    char reply[8];
-    const char *number_text;
     const bool from_browser = arg != nullptr;
-    if (!from_browser) {
-        if (last_album == 0)
-            last_album = 1;
-        std::snprintf(reply, sizeof reply, "%04d", last_album);
-        if (prompt(k_number_row, k_number_col, "Album No:", reply, 4, 4) == k_escape)
-            return k_escape;
-        cur_track = 0;
-        number_text = reply;
-    } else {
-        number_text = static_cast<const char *>(arg);
-        cur_track = code < 0 ? 0 : code > k_max_track ? k_max_track : code;
-    }
-    cur_album = check_a_no(number_text, 1);
-    if (cur_album == k_invalid)
-        return k_invalid;
+    const int chosen = album_to_edit(static_cast<const char *>(arg), code);
+    if (chosen < 0)
+        return chosen;
+    cur_album = chosen;
     clear();
     frame(stdscr);
     std::unique_ptr<form_field[]> snapshot(new (std::nothrow) form_field[std::size(data_input)]);
@@ -301,36 +343,17 @@ int edit_album(const void *arg, int code, const char *)
             break;
         if (result != k_field_page_down && result != k_field_page_up && result != k_field_album)
             continue;
-        if (form_changed(snapshot.get())) {
-            copy_from_form(cur_album, cur_track);
-            changed = true;
-        }
+        changed = keep_form(snapshot.get()) || changed;
         carry_artist();
-        if (result == k_field_page_down) {
-            if (cur_track + 1 > k_max_track) {
-                errno = 0;
-                error_msg("Maximum No. of tracks exceeded", 100);
-                saved.restore_heading();
-                return k_escape;
-            }
-            ++cur_track;
-        } else if (result == k_field_page_up) {
-            if (cur_track > 0)
-                --cur_track;
-        } else {
-            cur_track = 0;
+        if (!move_record(result)) {
+            errno = 0;
+            error_msg("Maximum No. of tracks exceeded", 100);
+            saved.restore_heading();
+            return k_escape;   // nothing is stored
         }
-        copy_to_form(cur_album, cur_track);
-        // A new (empty) track inherits the album's artist.
-        form_field &artist = data_input[k_form_artist];
-        if (artist.value[0] == ' ')
-            std::snprintf(artist.value, sizeof artist.value, "%-*.*s", artist.length, artist.length, cur_artist);
-        std::memcpy(snapshot.get(), data_input, sizeof data_input);
+        open_record(snapshot.get());
     }
-    if (form_changed(snapshot.get())) {
-        copy_from_form(cur_album, cur_track);
-        changed = true;
-    }
+    changed = keep_form(snapshot.get()) || changed;
     if (changed) {
         clear();
         char answer[2] = "";
