@@ -268,13 +268,16 @@ void server::deliver(const outbox &out, connection *requester)
         }
         for (const auto &c : all) {
             const bool audio = c->s.audio;
+            // A local server's link gets only what is handed on to it; a client's notices are not for it.
+            const bool client = !audio && !c->s.drive_link;
             bool wanted = false;
             switch (m.to) {
-            case target::all: wanted = !audio; break;
-            case target::others: wanted = !audio && c.get() != requester; break;
-            case target::viewers: wanted = !audio && c.get() != requester && c->s.viewing == m.plist; break;
+            case target::all: wanted = client; break;
+            case target::others: wanted = client && c.get() != requester; break;
+            case target::viewers: wanted = client && c.get() != requester && c->s.viewing == m.plist; break;
             case target::audio: wanted = audio; break;
             case target::session: wanted = c->s.id == m.session; break;
+            case target::drive_links: wanted = c->s.drive_link; break;
             case target::requester: break;
             }
             if (wanted)
