@@ -442,6 +442,11 @@ bool set_online_here(server_state &st, int album, int track)
 void rip_over(server_state &st, ret_outcome outcome, std::int64_t now_ns, outbox &out)
 {
     cd_drive &d = *st.cd;
+    if (outcome == ret_outcome::done && d.ret.active) {
+        // The track is in and on line. A client that noted its album for the "load CD" reminder
+        // after the rip's progress but before it heard the track was on line forgets it now.
+        notice(out, RET_PROG, d.ret.active->album, d.ret.active->track, "100");
+    }
     ret_effects fx;
     ret_finished(d.ret, outcome, fx);
     for (const ret_notice &n : fx.notices)

@@ -8,42 +8,48 @@ In local mode the program sets the clock from the master's time: it runs here
 without the right to set it."""
 
 import os
+import shutil
+import time
 
 import pytest
 
-from browse_common import centred_col, list_line, wait_rows
+from browse_common import centred_col, list_line, maintenance_row, to_maintenance, wait_rows
 from cdimage import Disc, eject_image, wav_header, write_freedb
-from fakeserver import ALBUM_DELETED, ALBUM_READ, ALBUM_WRITTEN, PLIST_GET
+from conftest import write_cfg
+from fakeserver import ALBUM_DELETED, ALBUM_READ, ALBUM_WRITE, ALBUM_WRITTEN, PLIST_GET
 from media_common import wait_no_popup, wait_popup
-from term import KEY
-from test_cd_client import Setup
-from test_server_cd import RET_DONE, RET_FINAL, entries_of, next_notice
+from realserver import RealServer
+from term import KEY, Term
+from test_cd_backup import Drive as StandInDrive
+from test_cd_client import ZERKA, Setup
+from test_server_cd import ALBUM_NEW, CDW_DONE, RET_FINAL, entries_of, next_notice
+from ui_common import to_main_menu
 
 ESC = KEY.ESC
 DATABASE_FOOTER = "F10-bring online overwrite track ^W/^I check album/track"
+REMINDER_COL = (80 - len("Please load CD number 0000")) // 2
+
+
+def start_program(root, env=None):
+    """The program on a root, without the right to set the clock; the playlist console shows first."""
+    e = {"ZERKA": root, "TZ": "UTC"}
+    e.update(env or {})
+    t = Term(["/usr/bin/setpriv", "--bounding-set=-sys_time", ZERKA], e)
+    t.wait_for("Current Playlist (", row=0, timeout=30)
+    t.settle(0.5)
+    return t
 
 
 class Rig(Setup):
-    """The two servers and the program; `cfg` adds keys to the program's zerka.cfg."""
-
-    def __init__(self):
-        super().__init__()
-        self.cfg = {"MASTER_ROOT": self.master.root}
+    """The two servers, the protocol connections `m` (master) and `l` (local), and the program in local
+    mode on the local server's root; start() takes further zerka.cfg keys and environment variables."""
 
     def start(self, env=None, **cfg):
-        from conftest import write_cfg
-        self.cfg.update(cfg)
-        write_cfg(self.local.root, self.master.port, mode="local", loopback="127.0.0.2", extra=self.cfg)
-        if env:
-            from term import Term
-            from test_cd_client import ZERKA
-            e = {"ZERKA": self.local.root, "TZ": "UTC"}
-            e.update(env)
-            self.term = Term(["/usr/bin/setpriv", "--bounding-set=-sys_time", ZERKA], e)
-            self.term.wait_for("Current Playlist (", row=0, timeout=30)
-            self.term.settle(0.5)
-            return self.term
-        return super().start()
+        keys = {"MASTER_ROOT": self.master.root}
+        keys.update(cfg)
+        write_cfg(self.local.root, self.master.port, mode="local", loopback="127.0.0.2", extra=keys)
+        self.term = start_program(self.local.root, env)
+        return self.term
 
     def media(self, album, track):
         return os.path.join(self.master.root, "Media", "%04d_%02d.wav" % (album, track))
@@ -54,20 +60,20 @@ class Rig(Setup):
     def local_album(self, n):
         return entries_of(self.l.request(ALBUM_READ, album=n).str)
 
-    def wait_log(self, server, text, timeout=20):
-        """Waits for a line of a server's log."""
-        import time
-        end = time.monotonic() + timeout
-        while text not in server.log_text():
-            assert time.monotonic() < end, "%r not in the log:\n%s" % (text, server.log_text()[-3000:])
-            time.sleep(0.05)
-
 
 @pytest.fixture
 def rig():
     r = Rig()
     yield r
     r.close()
+
+
+def wait_log(server, text, timeout=20):
+    """Waits for a line of a server's log."""
+    end = time.monotonic() + timeout
+    while text not in server.log_text():
+        assert time.monotonic() < end, "%r not in the log:\n%s" % (text, server.log_text()[-3000:])
+        time.sleep(0.05)
 
 
 def show_heading(t, heading, rebuilt=True, timeout=10):
@@ -85,15 +91,16 @@ def media_of(disc, track):
 
 
 def wait_media(rig, disc, album, track, timeout=30):
-    """Waits until the track's media file is in the master's media folder; it holds the disc's samples."""
-    import time
+    """Waits until the track's media file in the master's media folder holds the disc's samples."""
     path = rig.media(album, track)
     end = time.monotonic() + timeout
-    while not os.path.exists(path):
-        assert time.monotonic() < end, "no media file %s" % path
+    while True:
+        if os.path.exists(path):
+            with open(path, "rb") as f:
+                if f.read() == media_of(disc, track):
+                    return
+        assert time.monotonic() < end, "%s does not hold the samples of track %d" % (path, track)
         time.sleep(0.05)
-    with open(path, "rb") as f:
-        assert f.read() == media_of(disc, track)
 
 
 def answer_cd_question(t, album=0, timeout=20):
@@ -157,7 +164,7 @@ def test_an_unknown_disc_is_matched_taken_in_and_known_when_put_in_again(rig):
     # Leaving the view ejects the disc.
     t.send(ESC)
     t.wait_gone("Tide Tables (Live)", timeout=10)
-    rig.wait_log(rig.local, "CD %s ejected" % disc.id_hex)
+    wait_log(rig.local, "CD %s ejected" % disc.id_hex)
     assert rig.l.request(ALBUM_READ, album=0).album == 0xFFFE
     t.wait_for("Current Playlist (", row=0)
     # Put in again: the database knows it now.
@@ -229,7 +236,7 @@ def test_a_track_put_off_line_is_brought_on_line_with_f10(rig):
     wait_no_popup(t)
     t.send(ESC)
     t.wait_for("Current Playlist (", row=0)
-    rig.wait_log(rig.local, "CD %s ejected" % disc.id_hex)
+    wait_log(rig.local, "CD %s ejected" % disc.id_hex)
 
 
 def current_playlist(rig):
@@ -257,7 +264,7 @@ def test_a_retrieves_a_track_into_the_playlist_and_o_overwrites_one(rig):
     t.send(KEY.DOWN)
     t.send("o")
     wait_popup(t, "Album %04d Track 03 added to playlist for retrieval" % n)
-    rig.wait_log(rig.local, "Retrieval check of album %04d: 1 off-line tracks" % n)
+    wait_log(rig.local, "Retrieval check of album %04d: 1 off-line tracks" % n)
     assert next_notice(rig.l, lambda m: m.type == RET_FINAL, 30).album == n
     wait_media(rig, disc, n, 3)
     assert current_playlist(rig) == [(n, 1), (n, 3)]
@@ -274,23 +281,21 @@ def test_a_retrieves_a_track_into_the_playlist_and_o_overwrites_one(rig):
 
 # ----- a disc that is not in the drive ---------------------------------------------------------------
 
-REMINDER_COL = (80 - len("Please load CD number 0000")) // 2
-
-
-def ask_for_a_disc_not_in_the_drive(rig, t, disc, n):
+def ask_for_a_disc_not_in_the_drive(rig, t, disc, n, blinks=True):
     """The album's view is open when its disc is taken out; F10 then asks for its off-line tracks, and
     the program reminds the operator which disc to load."""
     view_known(rig, t, disc, n, "00:08")
     eject_image(rig.cue)
-    rig.wait_log(rig.local, "CD %s taken out" % disc.id_hex)
+    wait_log(rig.local, "CD %s taken out" % disc.id_hex)
     t.send(KEY.F10)
     wait_popup(t, "2 tracks are to be retrieved on album %04d" % n)
     t.wait_for("Please load CD number %04d" % n, row=22, col=REMINDER_COL, timeout=10)
     assert t.is_bold(22, REMINDER_COL)
-    # It blinks: the same width of blanks every other idle second.
-    t.wait_gone("Please load CD number", timeout=5)
-    assert t.at(22, REMINDER_COL, 26) == " " * 26
-    t.wait_for("Please load CD number %04d" % n, row=22, col=REMINDER_COL, timeout=5)
+    if blinks:
+        # The same width of blanks every other idle second.
+        t.wait_gone("Please load CD number", timeout=5)
+        assert t.at(22, REMINDER_COL, 26) == " " * 26
+        t.wait_for("Please load CD number %04d" % n, row=22, col=REMINDER_COL, timeout=5)
     # Leaving the view: nothing to eject, the reminder stays.
     wait_no_popup(t)
     t.send(ESC)
@@ -317,11 +322,11 @@ def test_the_reminder_shows_until_the_disc_is_put_in(rig):
 def test_ctrl_k_on_the_console_cancels_the_retrieval(rig):
     disc, n = known_disc(rig, [4.0, 4.2], 222)
     t = rig.start(CD_DRIVE=rig.cue)
-    ask_for_a_disc_not_in_the_drive(rig, t, disc, n)
+    ask_for_a_disc_not_in_the_drive(rig, t, disc, n, blinks=False)
     t.send(KEY.ctrl("k"))
     t.wait_for("Are you sure you want to cancel the current retrieve?", row=12, col=14)
     t.send("y")
-    rig.wait_log(rig.local, "Retrievals of album %04d cancelled: 2 tracks" % n)
+    wait_log(rig.local, "Retrievals of album %04d cancelled: 2 tracks" % n)
     t.settle(2.5)
     assert t.find("Please load CD number") is None
     # The disc comes afterwards: nothing is ripped, it is offered for viewing.
@@ -339,12 +344,9 @@ def test_ctrl_k_on_the_console_cancels_the_retrieval(rig):
 # ----- a backup --------------------------------------------------------------------------------------
 
 def test_a_simulated_backup_is_written_and_its_result_shown(rig):
-    from test_cd_backup import Drive as StandIn
-    from ui_common import to_main_menu
-    from browse_common import maintenance_row, to_maintenance
     disc, n = known_disc(rig, [4.0, 5.0, 4.5], 231, online=(1, 2, 3))
     # The program's drive is a stand-in that reports a blank disc; the local server writes an image.
-    drive = StandIn(rig.local.root, [0])
+    drive = StandInDrive(rig.local.root, [0])
     t = rig.start(env=drive.env(), CD_DRIVE=drive.path, MAX_CDR_LENGTH="4800")
     to_main_menu(t)
     to_maintenance(t)
@@ -355,7 +357,7 @@ def test_a_simulated_backup_is_written_and_its_result_shown(rig):
     wait_popup(t, " Writing CD %04d " % n)
     t.wait_for("Album %04d written to CD (ID %s)" % (n, disc.id_hex), row=10, col=10, timeout=60)
     assert drive.answers() == ["0"]
-    done = next_notice(rig.l, lambda m: m.type == 0x6F, 10)
+    done = next_notice(rig.l, lambda m: m.type == CDW_DONE, 10)
     assert (done.album, done.track, done.str) == (n, 0, disc.id_hex)
     with open(os.path.join(rig.local.root, "Backup", "%04d.bin" % n), "rb") as f:
         assert f.read() == b"".join(disc.tracks)
@@ -370,8 +372,8 @@ def test_f10_identifies_the_disc_as_an_album_in_the_program_only(rig):
     n = rig.add_album(disc)
     # The database's album has no CD ident yet.
     text = rig.m.request(ALBUM_READ, album=n).str.replace(disc.id_hex, "00000000").encode()
-    rig.m.request(0x11, album=n, text=text)
-    rig.l.request(0x11, album=n, text=text)
+    rig.m.request(ALBUM_WRITE, album=n, text=text)
+    rig.l.request(ALBUM_WRITE, album=n, text=text)
     t = rig.start()
     disc.insert(rig.cue)
     answer_cd_question(t)
@@ -391,7 +393,7 @@ def test_f10_identifies_the_disc_as_an_album_in_the_program_only(rig):
     # Nothing is sent to either server: the album keeps its ident there.
     t.send(ESC)
     t.wait_for("Current Playlist (", row=0)
-    rig.wait_log(rig.local, "CD %s ejected" % disc.id_hex)
+    wait_log(rig.local, "CD %s ejected" % disc.id_hex)
     assert [m for m in rig.m.notices if m.type == ALBUM_WRITTEN] == []
     assert rig.master_album(n)[0][2][4] == "00000000"
     assert rig.local_album(n)[0][2][4] == "00000000"
@@ -425,19 +427,12 @@ def test_d_finds_the_disc_all_duplicates_and_deletes_its_album(rig):
     assert rig.m.request(ALBUM_READ, album=first).album == first
     # The CD's list went with its album: the view ends, and the disc goes out.
     t.wait_for("Current Playlist (", row=0)
-    rig.wait_log(rig.local, "CD %s ejected" % disc.id_hex)
+    wait_log(rig.local, "CD %s ejected" % disc.id_hex)
 
 
 # ----- a new album from a folder of WAV files, against the real master -------------------------------
 
 def test_a_wav_folder_becomes_an_album_at_the_master():
-    import shutil
-    from browse_common import maintenance_row, to_maintenance
-    from conftest import write_cfg
-    from realserver import RealServer
-    from term import Term
-    from test_cd_client import ZERKA
-    from ui_common import to_main_menu
     master = RealServer()
     t = None
     other = master.client()
@@ -454,7 +449,7 @@ def test_a_wav_folder_becomes_an_album_at_the_master():
                 f.write(data)
         write_cfg(root, master.port, mode="master",
                   extra={"WAV_PATH": os.path.join(root, "Wav") + "/", "WAV_FOLDER": "Harbour Lights"})
-        t = Term(["/usr/bin/setpriv", "--bounding-set=-sys_time", ZERKA], {"ZERKA": root, "TZ": "UTC"})
+        t = start_program(root)
         to_main_menu(t)
         to_maintenance(t)
         maintenance_row(t, "Imports")
@@ -469,7 +464,7 @@ def test_a_wav_folder_becomes_an_album_at_the_master():
         t.send("y")
         # ALBUM_NEW has reached the master: the number is held for the program, the next client gets the next.
         t.wait_for("Album Artist(s):", row=15, col=12)
-        assert other.request(0x15, album=1).album == 2
+        assert other.request(ALBUM_NEW, album=1).album == 2
         t.settle(0.2)
         t.send(KEY.DEL * 15 + "harbour lights band\r")
         t.wait_for("Album Title:", row=17, col=12)
