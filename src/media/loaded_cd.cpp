@@ -209,6 +209,7 @@ int exocd_svce(chain_item *current, int key, int mode)
         if (r == identified::no)
             return 0;
     }
+    cur_album = a;
     last_album = a;
 
     switch (key) {

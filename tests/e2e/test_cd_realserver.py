@@ -22,6 +22,7 @@ from realserver import RealServer
 from term import KEY, Term
 from test_cd_backup import Drive as StandInDrive
 from test_cd_client import ZERKA, Setup
+from test_duplicates import choose_report_row, open_report_menu
 from test_server_cd import ALBUM_NEW, CDW_DONE, RET_FINAL, entries_of, next_notice
 from ui_common import to_main_menu
 
@@ -209,7 +210,9 @@ def view_known(rig, t, disc, n, heading_time):
 
 
 def test_a_track_put_off_line_is_brought_on_line_with_f10(rig):
+    rig.add_album(Disc([6.0], seed=210))    # album 1: the CD's album is not the first
     disc, n = known_disc(rig, [4.0, 5.0, 4.5], 211, online=(1, 3), stale=(2,))
+    assert n == 2
     t = rig.start()
     view_known(rig, t, disc, n, "00:13")
     wait_rows(t, track_rows(n, disc, [1, 1, 1]))
@@ -237,6 +240,14 @@ def test_a_track_put_off_line_is_brought_on_line_with_f10(rig):
     t.send(ESC)
     t.wait_for("Current Playlist (", row=0)
     wait_log(rig.local, "CD %s ejected" % disc.id_hex)
+    # The CD's album is the last album now: the next screen that asks for a number proposes it.
+    to_main_menu(t)
+    open_report_menu(t)
+    choose_report_row(t, "Check album for duplicates")
+    t.wait_for("Next Album No:", row=12, col=28)
+    t.wait_for("%04d" % n, row=12, col=43)
+    t.send(ESC)
+    t.wait_for("Report Generator", row=0)
 
 
 def current_playlist(rig):
