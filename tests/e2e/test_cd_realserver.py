@@ -13,6 +13,7 @@ import time
 
 import pytest
 
+from album_common import album_number
 from browse_common import centred_col, list_line, maintenance_row, to_maintenance, wait_rows
 from cdimage import Disc, eject_image, wav_header, write_freedb
 from conftest import write_cfg
@@ -22,6 +23,7 @@ from realserver import RealServer
 from term import KEY, Term
 from test_cd_backup import Drive as StandInDrive
 from test_cd_client import ZERKA, Setup
+from test_album_screens import wait_detail
 from test_duplicates import choose_report_row, open_report_menu
 from test_server_cd import ALBUM_NEW, CDW_DONE, RET_FINAL, entries_of, next_notice
 from ui_common import to_main_menu
@@ -408,6 +410,18 @@ def test_f10_identifies_the_disc_as_an_album_in_the_program_only(rig):
     assert [m for m in rig.m.notices if m.type == ALBUM_WRITTEN] == []
     assert rig.master_album(n)[0][2][4] == "00000000"
     assert rig.local_album(n)[0][2][4] == "00000000"
+    # The program's own table has it: the album's detail screen shows the disc's identifier.
+    to_main_menu(t)
+    to_maintenance(t)
+    maintenance_row(t, "Album Tracklist")
+    album_number(t, n)
+    show_heading(t, "%04d: Fenwick Holloway - Tide Tables [00:08]" % n, rebuilt=False)
+    t.send("i")
+    wait_detail(t, ["Track No:   1", "Artist: Fenwick Holloway", "Title:  Song 1", "Time:   00:04", "Status: Normal",
+                    "Online? N", "Last Played:", "No. of Plays: 0"])
+    t.send(KEY.PGUP)
+    wait_detail(t, ["Album No: %04d" % n, "Artist: Fenwick Holloway", "Title:  Tide Tables", "Time:   00:08",
+                    "No. of Tracks: 2", "CD Ident: 0x%s" % disc.id_hex, "", ""])
 
 
 # ----- duplicates ---------------------------------------------------------------------------------------
