@@ -114,7 +114,6 @@ struct cd_drive {
     child_proc write;               // the steps of a backup write
     child_proc watch;               // the link to the master, for the CANCELs its clients send
     std::int64_t relink_ns = 0;     // when the link may be tried again
-    bool linked = false;            // the link is up
     bool link_trouble_told = false; // its failure is in the log already
     retrieval_state ret;
     std::string rip_temp;           // the rip's file until it is complete
@@ -796,7 +795,6 @@ void watch_master(server_state &st, std::int64_t now_ns, outbox &out)
     std::string line;
     while (child_line(d.watch, line)) {
         if (line == "linked") {
-            d.linked = true;
             d.link_trouble_told = false;
             slog("Linked to the master %s: the CANCELs of its clients come here", d.opt.master.c_str());
         } else if (line.rfind("cancel ", 0) == 0) {
@@ -809,7 +807,6 @@ void watch_master(server_state &st, std::int64_t now_ns, outbox &out)
     }
     if (d.watch.finished) {
         d.watch.finished = false;
-        d.linked = false;
         d.relink_ns = now_ns + k_relink_ms * k_ms;
     }
     if (!child_running(d.watch) && now_ns >= d.relink_ns &&
