@@ -41,6 +41,7 @@ constexpr int k_write_busy = 1;
 constexpr int k_write_toc_open = 2;
 constexpr int k_write_toc_write = 3;
 constexpr int k_write_media = 4;
+constexpr std::int64_t k_relink_ms = 2000;                  // how soon a lost link to the master is tried again
 
 // What identifies a file's version: it counts as replaced when any of this changes.
 struct file_sig {
@@ -111,6 +112,9 @@ struct cd_drive {
     child_proc mark;                // marks it on line at the master
     child_proc eject;               // ejects a device
     child_proc write;               // the steps of a backup write
+    child_proc watch;               // the link to the master, for the CANCELs its clients send
+    std::int64_t relink_ns = 0;     // when the link may be tried again
+    bool link_trouble_told = false; // its failure is in the log already
     retrieval_state ret;
     std::string rip_temp;           // the rip's file until it is complete
     std::string rip_final;          // its media file
@@ -437,6 +441,11 @@ bool set_online_here(server_state &st, int album, int track)
 void rip_over(server_state &st, ret_outcome outcome, std::int64_t now_ns, outbox &out)
 {
     cd_drive &d = *st.cd;
+    if (outcome == ret_outcome::done && d.ret.active) {
+        // The track is in and on line. A client that noted its album for the "load CD" reminder
+        // after the rip's progress but before it heard the track was on line forgets it now.
+        notice(out, RET_PROG, d.ret.active->album, d.ret.active->track, "100");
+    }
     ret_effects fx;
     ret_finished(d.ret, outcome, fx);
     for (const ret_notice &n : fx.notices)
@@ -746,6 +755,65 @@ void write_step_finished(server_state &st, std::int64_t now_ns, outbox &out)
 // The requesting connection's album number as an int.
 int album_of(const request_ctx &c) { return static_cast<int>(c.req.album); }
 
+// A CANCEL: album 0 or 0xFFFE (the client's "none") cancels every album's
+// retrievals; any other cancels the current retrieval, since the console's
+// Ctrl-K, which cannot name an album, always sends 1. Returns the tracks cancelled.
+int cancel_retrievals(server_state &st, std::int64_t album_field, const std::string &from, std::int64_t now_ns,
+                      outbox &out)
+{
+    cd_drive *d = st.cd;
+    const bool every = album_field == 0 || album_field == 0xFFFE;
+    const int a = every ? 0 : ret_current(d->ret);
+    if (!every && a == 0) {
+        slog("CANCEL (%s): no retrieval is outstanding", from.c_str());
+        return 0;
+    }
+    ret_effects fx;
+    const int n = ret_cancel(d->ret, a, fx);
+    char what[32];
+    std::snprintf(what, sizeof what, a == 0 ? "every album" : "album %04d", a);
+    slog("Retrievals of %s cancelled: %d tracks (%s)", what, n, from.c_str());
+    for (const ret_notice &m : fx.notices)
+        notice(out, m.type, m.album, m.track);
+    if (fx.abort && child_running(d->rip)) {
+        d->rip_cancelled = true;
+        child_kill(d->rip);
+        rip_finished(st, now_ns, out);
+        d->rip.finished = false;
+    }
+    advance(st, now_ns, out);
+    return n;
+}
+
+// The link to the master (a local server only): started, read, and started
+// again a little after it ends; the CANCELs the master hands on are carried out.
+void watch_master(server_state &st, std::int64_t now_ns, outbox &out)
+{
+    cd_drive &d = *st.cd;
+    if (d.opt.master.empty())
+        return;
+    std::string line;
+    while (child_line(d.watch, line)) {
+        if (line == "linked") {
+            d.link_trouble_told = false;
+            slog("Linked to the master %s: the CANCELs of its clients come here", d.opt.master.c_str());
+        } else if (line.rfind("cancel ", 0) == 0) {
+            cancel_retrievals(st, lenient_atol(line.substr(7)), "from the master", now_ns, out);
+        } else if (line.rfind("error ", 0) == 0 && !d.link_trouble_told) {
+            d.link_trouble_told = true;
+            slog("No link to the master %s: %s (tried again every %lld ms)", d.opt.master.c_str(), line.c_str() + 6,
+                 static_cast<long long>(k_relink_ms));
+        }
+    }
+    if (d.watch.finished) {
+        d.watch.finished = false;
+        d.relink_ns = now_ns + k_relink_ms * k_ms;
+    }
+    if (!child_running(d.watch) && now_ns >= d.relink_ns &&
+        !start_helper(d, d.watch, {"master-watch", d.opt.master}, now_ns))
+        d.relink_ns = now_ns + k_relink_ms * k_ms;
+}
+
 }   // namespace
 
 bool cd_drive_open(server_state &st, const cd_options &opt, std::string &error)
@@ -821,6 +889,7 @@ void cd_drive_close(server_state &st)
     cd_drive *d = st.cd;
     if (d == nullptr)
         return;
+    child_kill(d->watch);
     child_kill(d->rip);
     if (d->ret.active && !d->rip_temp.empty())
         ::unlink(d->rip_temp.c_str());
@@ -833,8 +902,9 @@ void cd_drive_tick(server_state &st, std::int64_t now_ns, outbox &out)
     cd_drive *d = st.cd;
     if (d == nullptr)
         return;
-    for (child_proc *c : {&d->identify, &d->rip, &d->mark, &d->eject, &d->write})
+    for (child_proc *c : {&d->identify, &d->rip, &d->mark, &d->eject, &d->write, &d->watch})
         child_poll(*c, now_ns);
+    watch_master(st, now_ns, out);
     if (d->identify.finished) {
         d->identify.finished = false;
         if (d->phase == disc_phase::identifying)
@@ -931,27 +1001,19 @@ void cd_ret_check(request_ctx &c)
 void cd_cancel(request_ctx &c)
 {
     cd_drive *d = c.st.cd;
+    const std::int64_t answer = c.req.album != 0 && c.req.album != k_refused ? c.req.album : 1;
     if (d == nullptr) {
-        // No drive, so no retrieval is ever outstanding: there is nothing left to cancel.
-        reply(c, c.req.album != 0 && c.req.album != k_refused ? c.req.album : 1);
+        // No drive here: the retrievals are the local servers'. The request goes on to their links.
+        reply(c, answer);
+        if (!c.self.drive_link)
+            post(c.out, target::drive_links, make_frame(CANCEL, k_notice_sequence, c.req.album, c.req.track, c.req.text));
         return;
     }
-    // Album 0, or the client's "no album", cancels every retrieval.
-    const int a = c.req.album == 0xFFFE ? 0 : album_of(c);
-    ret_effects fx;
-    const int n = ret_cancel(d->ret, a, fx);
-    slog("Retrievals of %s cancelled: %d tracks (connection %d)", a == 0 ? "every album" : std::to_string(a).c_str(),
-         n, c.self.id);
-    reply(c, c.req.album != 0 && c.req.album != k_refused ? c.req.album : 1, n);
-    for (const ret_notice &m : fx.notices)
-        notice(c.out, m.type, m.album, m.track);
-    if (fx.abort && child_running(d->rip)) {
-        d->rip_cancelled = true;
-        child_kill(d->rip);
-        rip_finished(c.st, c.now_ns, c.out);
-        d->rip.finished = false;
-    }
-    advance(c.st, c.now_ns, c.out);
+    // The reply goes first; the CANCELLED notices and what the drive does next follow it.
+    outbox after;
+    const int n = cancel_retrievals(c.st, c.req.album, "connection " + std::to_string(c.self.id), c.now_ns, after);
+    reply(c, answer, n);
+    c.out.items.insert(c.out.items.end(), after.items.begin(), after.items.end());
 }
 
 void cd_eject(request_ctx &c)

@@ -11,8 +11,10 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <csignal>
 #include <fcntl.h>
 #include <string>
+#include <sys/prctl.h>
 #include <string_view>
 #include <unistd.h>
 #include <vector>
@@ -212,6 +214,17 @@ int cd_helper_main(int argc, char **argv)
             return fail(error);
         say("done");
         return 0;
+    }
+    if (verb == "master-watch" && argc == 2) {
+        // The link lasts as long as the server that started it, even one killed outright.
+        const pid_t server = ::getppid();
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != server)
+            return fail("the server has gone");
+        master_watch(
+            argv[1], [] { say("linked"); }, [](std::int64_t album) { say("cancel " + std::to_string(album)); },
+            error);
+        return fail(error);
     }
     if (verb == "write-image" && argc >= 3)
         return write_image(argv[1], std::vector<std::string>(argv + 2, argv + argc));

@@ -9,6 +9,8 @@
 //   eject DRIVE                         ejects a device
 //   master-read HOST:PORT ALBUM         the album's text as the master has it
 //   master-online HOST:PORT ALBUM TRACK marks a track on line at the master
+//   master-watch HOST:PORT              the link to the master: "linked", then "cancel ALBUM" for
+//                                       each CANCEL it hands on, until the link ends
 //   write-image CUE WAV...              a disc image (CUE and the .bin beside it) of the WAV files
 #pragma once
 

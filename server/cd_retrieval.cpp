@@ -29,6 +29,17 @@ bool ret_request(retrieval_state &s, ret_job job)
     return true;
 }
 
+int ret_current(const retrieval_state &s)
+{
+    if (s.batch != 0)
+        return s.batch;
+    if (s.active)
+        return s.active->album;
+    if (s.asked != 0)
+        return s.asked;
+    return s.queue.empty() ? 0 : s.queue.front().album;
+}
+
 int ret_cancel(retrieval_state &s, int album, ret_effects &fx)
 {
     std::vector<int> albums;

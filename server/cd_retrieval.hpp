@@ -70,6 +70,11 @@ using ident_lookup = std::function<std::uint32_t(int album)>;
 // Queues a track; false when the queue is full. A track queued or being ripped already is not queued twice.
 bool ret_request(retrieval_state &s, ret_job job);
 
+// The album of the current retrieval: the one whose disc serves the
+// retrievals now, else the one whose disc the clients were asked for, else
+// the first queued; 0 when nothing is outstanding.
+int ret_current(const retrieval_state &s);
+
 // Cancels the retrievals of an album (0: of every album): drops its queued
 // tracks, stops its rip, forgets the request for its disc. Sends CANCELLED for
 // each album concerned. Returns the number of tracks cancelled.

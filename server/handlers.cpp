@@ -4,6 +4,7 @@
 #include "proto/text_util.hpp"
 #include "server/cd_drive.hpp"
 #include "server/log.hpp"
+#include "server/master_link.hpp"
 #include "server/notices.hpp"
 #include "server/player.hpp"
 #include "server/playlists.hpp"
@@ -108,6 +109,11 @@ bool console_held_by_other(const request_ctx &c)
 // The greeting.
 void h_client_open(request_ctx &c)
 {
+    // A local server greets with a text of its own: its link gets the requests handed on to its drive.
+    if (c.req.text == k_drive_link_greeting && !c.self.drive_link) {
+        c.self.drive_link = true;
+        slog("Connection %d is the link of a local server's CD drive", c.self.id);
+    }
     // The greeting's reply is matched by its type; its sequence sets the client's counter.
     post(c.out, target::requester, make_frame(CLIENT_OPEN, k_greeting_sequence, c.req.album, 0, {}));
     c.self.greeted = true;

@@ -148,10 +148,31 @@ bool exchange(master_conn &c, std::int64_t type, std::int64_t album, std::string
     return false;
 }
 
-bool open_and_greet(master_conn &c, const std::string &host_port, std::string &error)
+bool open_and_greet(master_conn &c, const std::string &host_port, std::string &error, std::string_view greeting = {})
 {
     frame_fields r;
-    return connect_master(c, host_port, error) && exchange(c, CLIENT_OPEN, 1, {}, r, error);
+    return connect_master(c, host_port, error) && exchange(c, CLIENT_OPEN, 1, greeting, r, error);
+}
+
+// Reads exactly n bytes, waiting as long as it takes; false when the connection ends.
+bool recv_waiting(master_conn &c, char *buf, std::size_t n)
+{
+    std::size_t done = 0;
+    while (done < n) {
+        const ssize_t r = ::recv(c.fd, buf + done, n - done, 0);
+        if (r < 0 && errno == EINTR)
+            continue;
+        if (r < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            pollfd p{.fd = c.fd, .events = POLLIN, .revents = 0};
+            if (::poll(&p, 1, -1) < 0 && errno != EINTR)
+                return false;
+            continue;
+        }
+        if (r <= 0)
+            return false;
+        done += static_cast<std::size_t>(r);
+    }
+    return true;
 }
 
 }   // namespace
@@ -215,4 +236,31 @@ bool master_mark_online(const std::string &host_port, int album, int track, std:
         return false;
     }
     return true;
+}
+
+void master_watch(const std::string &host_port, const std::function<void()> &linked,
+                  const std::function<void(std::int64_t album)> &cancelled, std::string &error)
+{
+    master_conn c;
+    if (!open_and_greet(c, host_port, error, k_drive_link_greeting))
+        return;
+    // A master that vanishes without a word (its machine gone) is noticed in the end.
+    int one = 1;
+    ::setsockopt(c.fd, SOL_SOCKET, SO_KEEPALIVE, &one, sizeof one);
+    linked();
+    static char body[k_text_max + 1];
+    for (;;) {
+        char head[k_header_len];
+        wire_header h;
+        if (!recv_waiting(c, head, sizeof head)) {
+            error = "the master closed the link";
+            return;
+        }
+        if (!decode_header(head, h) || !recv_waiting(c, body, h.length)) {
+            error = "the master sent a message that cannot be read";
+            return;
+        }
+        if (h.type == CANCEL)
+            cancelled(h.album);
+    }
 }

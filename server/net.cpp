@@ -269,8 +269,10 @@ void server::deliver(const outbox &out, connection *requester)
         for (const auto &c : all) {
             // A client waits for its greeting's reply with the sequence 0 of the
             // notices: until it has it, it hears none, or it would take one for it.
-            const bool client = !c->s.audio && c->s.greeted;
+            // A local server's link gets only what is handed on to it; a client's
+            // notices are not for it.
             const bool audio = c->s.audio;
+            const bool client = !audio && c->s.greeted && !c->s.drive_link;
             bool wanted = false;
             switch (m.to) {
             case target::all: wanted = client; break;
@@ -278,6 +280,7 @@ void server::deliver(const outbox &out, connection *requester)
             case target::viewers: wanted = client && c->s.viewing == m.plist; break;
             case target::audio: wanted = audio; break;
             case target::session: wanted = c->s.id == m.session; break;
+            case target::drive_links: wanted = c->s.drive_link; break;
             case target::requester: break;
             }
             if (wanted)

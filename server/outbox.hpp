@@ -28,6 +28,7 @@ enum class target {
     viewers,     // client connections showing the offline playlist `plist`, the requester included
     audio,       // every audio stream
     session,     // the connection with the session id `session` (a reply given later)
+    drive_links, // every local server's link to this master (requests handed on to their drives)
 };
 
 using frame_ptr = std::shared_ptr<const std::string>;

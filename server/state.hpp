@@ -91,6 +91,7 @@ struct session {
     std::string viewing;         // the offline playlist it last opened ("" = the current playlist)
     history_walk walk;           // a HISTORY walk in progress
     std::vector<int> allocated;  // album numbers handed to it and not yet written
+    bool drive_link = false;     // a local server's link to this master: gets the requests handed on only
 };
 
 // One request as received.

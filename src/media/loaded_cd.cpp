@@ -91,28 +91,31 @@ void bring_online(int a)
     popup(text, 2);
 }
 
-// F10 on an unknown CD: names the album it is, which takes the CD's ident.
-// False when the operator gave up.
-bool identify(int a)
+// How an identification ended.
+enum class identified { yes, cancelled, no };
+
+// F10 on an unknown CD: names the album it is, which takes the CD's ident
+// (and the field before it) in this program's table; nothing is sent to a
+// server here.
+identified identify(int a)
 {
     char reply[6] = "";
     if (prompt(8, 12, "Identify this CD as album No:", reply, 5, 0) == k_escape)
-        return false;
+        return identified::cancelled;
     const int n = check_a_no(reply, 1);
     if (n <= 0)
-        return false;
+        return identified::no;
     const track_rec &head = album[n].entry[0];
     char line[192];
     std::snprintf(line, sizeof line, "%04d: %s - %s [%s]", n, head.artist, head.title, head.time);
     put_text(stdscr, 10, 10, line);
     char answer[2] = "";
     if (prompt(16, 10, "Is this the correct album?", answer, 1, 0) != 'y')
-        return false;
+        return identified::no;
     clear();
     album[n].entry[0].online = album[a].entry[0].online;
     album[n].entry[0].cd_ident = album[a].entry[0].cd_ident;
-    write_album(n, master_sock);
-    return true;
+    return identified::yes;
 }
 
 // b: every track of the CD to the current playlist. False when declined.
@@ -199,8 +202,14 @@ int exocd_svce(chain_item *current, int key, int mode)
     }
     if (f10 && mode == k_known_cd)
         bring_online(a);
-    if (f10 && mode == k_matched_cd && !identify(a))
-        return 0;
+    if (f10 && mode == k_matched_cd) {
+        const identified r = identify(a);
+        if (r == identified::cancelled)
+            return key;
+        if (r == identified::no)
+            return 0;
+    }
+    cur_album = a;
     last_album = a;
 
     switch (key) {

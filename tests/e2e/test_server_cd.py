@@ -319,7 +319,12 @@ def test_overwrite_track_with_ret_check(drive):
     drive.l.request(ALBUM_WRITE, album=n, text=text_of(entries).encode())
     r = drive.l.request(RET_CHECK, album=n, track=2)
     assert (r.album, r.track) == (n, 1)
-    assert drive.retrieval_notices(until=RET_FINAL)[-2:] == [(RET_DONE, n, 2), (RET_FINAL, n, 0)]
+    # The last progress notice, "100", comes once the track is marked on line, just before RET_DONE.
+    last = next_notice(drive.l, lambda m: m.type == RET_DONE or (m.type == RET_PROG and m.str == "100"), 30)
+    assert (last.type, last.album, last.track) == (RET_PROG, n, 2)
+    assert drive.master_album(n)[2][2][3] == "1"
+    assert drive.retrieval_notices(until=RET_FINAL) == [
+        (CD_LOADED, n, 2), (RET_PROG, n, 2), (RET_DONE, n, 2), (RET_FINAL, n, 0)]
     with open(drive.media(n, 2), "rb") as f:
         assert f.read()[44:] == disc.track_bytes(2)
     assert drive.master_album(n)[2][2][3] == "1"
@@ -372,6 +377,45 @@ def test_cancel_a_retrieval_waiting_for_its_disc(drive):
     disc.insert(drive.cue)
     assert drive.l.wait_notice(CD_WAITING, timeout=20).album == n
     assert not os.path.exists(drive.media(n, 1))
+
+
+def wait_log(server, text, count=1, timeout=20):
+    deadline = time.monotonic() + timeout
+    while server.log_text().count(text) < count:
+        assert time.monotonic() < deadline, "%r not %d times in the log" % (text, count)
+        time.sleep(0.05)
+
+
+def test_a_cancel_sent_to_the_master_reaches_the_local_server(drive):
+    """The console's Ctrl-K sends CANCEL (album 1, its playlist's name) to the master, which has no drive: the
+    master hands it on to the local server's link, and the current retrieval there ends."""
+    wait_log(drive.local, "Linked to the master 127.0.0.1:%d" % drive.master.port)
+    wait_log(drive.master, "is the link of a local server's CD drive")
+    disc = Disc([4.0, 4.0], seed=47)
+    n = drive.add_album(0, disc)
+    drive.l.request(RET_TRACK, album=n, track=1)
+    drive.l.request(RET_TRACK, album=n, track=2)
+    assert drive.retrieval_notices(until=RET_REQ) == [(RET_REQ, n, 1)]
+    r = drive.m.request(CANCEL, album=1, text=b"current.lst")
+    assert (r.type, r.album) == (CANCEL, 1)
+    assert drive.retrieval_notices(until=CANCELLED) == [(CANCELLED, n, 0)]
+    wait_log(drive.local, "Retrievals of album %04d cancelled: 2 tracks (from the master)" % n)
+    # A link gets the CANCELs and none of the clients' notices.
+    link = drive.master.client(greet=False)
+    try:
+        link.request(0x70, album=1, text=b"CD drive")
+        drive.m.request(ALBUM_WRITE, album=n, text=drive.m.request(ALBUM_READ, album=n).str.encode())
+        drive.m.request(CANCEL, album=0xFFFE)
+        m = link.wait_notice(CANCEL, timeout=10)
+        assert (m.seq, m.album, m.track) == (0, 0xFFFE, 0)
+        assert link.notices == []
+    finally:
+        link.close()
+    # The master restarted: the local server links again.
+    drive.master.kill()
+    wait_log(drive.local, "No link to the master 127.0.0.1:%d" % drive.master.port)
+    drive.master.start()
+    wait_log(drive.local, "Linked to the master 127.0.0.1:%d" % drive.master.port, count=2)
 
 
 def test_cancel_a_rip_in_progress(slow_drive):

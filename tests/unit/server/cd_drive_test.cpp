@@ -64,6 +64,26 @@ TEST_F(Drive, ATrackWhoseDiscIsNotThereIsAskedFor)
     EXPECT_EQ(told(), (std::vector<T>{{CANCELLED, 1, 0}}));
 }
 
+TEST_F(Drive, TheConsolesCancelEndsTheCurrentRetrieval)
+{
+    add_album(3, album_with_ident(0x0A0B0C03));
+    send(a, RET_TRACK, 3, 1);
+    send(a, RET_TRACK, 1, 2);
+    send(a, RET_TRACK, 1, 3);
+    // Ctrl-K always names album 1: the disc asked for is the one cancelled, and the next is asked for.
+    const frame_fields c = send(b, CANCEL, 1, 0, "current.lst");
+    EXPECT_EQ(c.type, CANCEL);
+    EXPECT_EQ(c.album, 1);
+    EXPECT_EQ(c.track, 1);
+    EXPECT_EQ(told(), (std::vector<T>{{CANCELLED, 3, 0}, {RET_REQ, 1, 2}}));
+    EXPECT_EQ(send(b, CANCEL, 1, 0, "current.lst").track, 2);
+    EXPECT_EQ(told(), (std::vector<T>{{CANCELLED, 1, 0}}));
+    // Nothing left: nothing to tell.
+    EXPECT_EQ(send(b, CANCEL, 1, 0, "current.lst").track, 0);
+    EXPECT_TRUE(told().empty());
+    EXPECT_EQ(out.size(), 1u);
+}
+
 TEST_F(Drive, RefusedRetrievals)
 {
     EXPECT_EQ(send(a, RET_TRACK, 1, 0).album, 0xFFFF);

@@ -158,6 +158,28 @@ TEST_F(Retrieval, CancelWhileAskingForTheDisc)
     EXPECT_EQ(fx.notices, (notices{{CANCELLED, 7, 0}}));
 }
 
+TEST_F(Retrieval, TheCurrentRetrieval)
+{
+    EXPECT_EQ(ret_current(s), 0);
+    ret_request(s, {2, 1});
+    ret_request(s, {1, 1});
+    EXPECT_EQ(ret_current(s), 2);   // queued, not asked for yet
+    step();
+    EXPECT_EQ(s.asked, 2);
+    EXPECT_EQ(ret_current(s), 2);
+    // The disc of another queued album comes: that album's batch is the current retrieval.
+    insert(1);
+    step();
+    EXPECT_EQ(s.batch, 1);
+    EXPECT_EQ(ret_current(s), 1);
+    // Then the disc asked for before (and not asked for again).
+    EXPECT_EQ(finish(ret_outcome::done).notices, (notices{{RET_DONE, 1, 1}, {RET_FINAL, 1, 0}}));
+    EXPECT_EQ(ret_current(s), 2);
+    fx = {};
+    ret_cancel(s, 2, fx);
+    EXPECT_EQ(ret_current(s), 0);
+}
+
 TEST_F(Retrieval, CancelARipInProgress)
 {
     insert(1);

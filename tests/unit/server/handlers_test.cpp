@@ -14,6 +14,29 @@ TEST_F(Protocol, TheGreetingSetsTheHighByte)
     EXPECT_EQ(r.album, 1);
 }
 
+TEST_F(Protocol, ALocalServersLinkGetsTheCancelsAndNothingElse)
+{
+    // A client's greeting is no link; a local server's is.
+    send(a, CLIENT_OPEN, 1, 0, {}, 0);
+    EXPECT_FALSE(a.drive_link);
+    EXPECT_EQ(send(b, CLIENT_OPEN, 1, 0, "CD drive", 0).type, CLIENT_OPEN);
+    EXPECT_TRUE(b.drive_link);
+    // Without a drive the retrievals are the local servers': the console's CANCEL goes on to their links.
+    const frame_fields r = send(a, CANCEL, 1, 0, "current.lst");
+    EXPECT_EQ(r.album, 1);
+    ASSERT_EQ(notices().size(), 1u);
+    const sent n = notices()[0];
+    EXPECT_EQ(n.to, target::drive_links);
+    EXPECT_EQ(n.m.type, CANCEL);
+    EXPECT_EQ(n.m.sequence, 0);
+    EXPECT_EQ(n.m.album, 1);
+    EXPECT_EQ(n.m.track, 0);
+    EXPECT_EQ(n.m.text, "current.lst");
+    // The link's own CANCEL is not handed back.
+    EXPECT_EQ(send(b, CANCEL, 0xFFFE).album, 0xFFFE);
+    EXPECT_TRUE(notices().empty());
+}
+
 TEST_F(Protocol, RepliesCarryTheRequestsTypeAndSequence)
 {
     const frame_fields r = send(a, GET_MODE, 1, 0, {}, 0x01ff);
