@@ -4,6 +4,7 @@
 - `root`: a fresh root directory for the program, with zerka.cfg pointing at `fake`.
 - `cli`: runs the program once with arguments; returns (stdout, stderr, status).
 - `term`: starts the interactive program in an 80x24 pseudo-terminal (see term.py).
+- `run_watching_sleeps`: runs a program and tells whether it paused (slept) on the way.
 
 Non-master clients set the system clock from the server's time at start-up
 (with /bin/date). No program these tests start may do so: on loading, this
@@ -163,6 +164,35 @@ def term(root):
     yield start
     for t in started:
         t.kill()
+
+
+# The system calls a program sleeps in (sleep, usleep): nanosleep, clock_nanosleep.
+SLEEP_CALLS = {"x86_64": {35, 230}, "aarch64": {101, 115}}.get(os.uname().machine, {35, 230})
+
+
+def run_watching_sleeps(argv, env, timeout=20):
+    """Runs a program to its end while watching what it blocks in
+    (/proc/PID/syscall, sampled until it exits): a pause the program takes is
+    seen however loaded the machine, without timing it. Returns (stdout,
+    stderr, status, slept): slept tells whether it was ever seen asleep."""
+    import time as _time
+    p = subprocess.Popen(argv, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    slept = False
+    end = _time.monotonic() + timeout
+    while p.poll() is None:
+        if _time.monotonic() > end:
+            p.kill()
+            p.wait()
+            raise AssertionError("%s did not end" % argv)
+        try:
+            with open("/proc/%d/syscall" % p.pid) as f:
+                call = f.read().split()
+            slept = slept or (bool(call) and call[0].isdigit() and int(call[0]) in SLEEP_CALLS)
+        except OSError:
+            pass
+        _time.sleep(0.002)
+    out, err = p.communicate()
+    return out.decode("latin-1"), err.decode("latin-1"), p.returncode, slept
 
 
 def reach_main_menu(t, timeout=15):
