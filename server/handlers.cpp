@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <ranges>
@@ -620,12 +621,9 @@ void h_link_query(request_ctx &c)
 // LINK_TRACK: starts, extends or deletes a chain.
 void h_link_track(request_ctx &c)
 {
-    char head[64];
-    copy_bounded(head, c.req.text);
     int ha = 0;
     int ht = 0;
-    if (std::sscanf(head, "%d %d", &ha, &ht) != 2 ||
-        !store_link(c.st.store, album_of(c.req), track_of(c.req), ha, ht)) {
+    if (!parse_link_head(c.req.text, ha, ht) || !store_link(c.st.store, album_of(c.req), track_of(c.req), ha, ht)) {
         reply(c, k_refused);
         return;
     }
@@ -713,6 +711,26 @@ constexpr handler_entry handlers[] = {
 static_assert(std::ranges::is_sorted(handlers, {}, &handler_entry::code));
 
 }   // namespace
+
+bool parse_link_head(std::string_view text, int &album, int &track)
+{
+    // What "%d %d" reads from the first 63 characters, without its undefined
+    // behaviour on a number too large for an int: such a number is refused.
+    text = text.substr(0, 63);
+    const auto number = [&text](int &out) {
+        std::size_t at = 0;
+        while (at < text.size() && std::strchr(" \t\n\v\f\r", text[at]) != nullptr && text[at] != '\0')
+            ++at;
+        if (at < text.size() && text[at] == '+' && at + 1 < text.size() && text[at + 1] != '-')
+            ++at;
+        const auto [end, ec] = std::from_chars(text.data() + at, text.data() + text.size(), out);
+        if (ec != std::errc{})
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+        return true;
+    };
+    return number(album) && number(track);
+}
 
 void reply(request_ctx &c, std::int64_t album, std::int64_t track, std::string_view text)
 {

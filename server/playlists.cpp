@@ -7,6 +7,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
+#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,22 +22,31 @@ bool plist_name_ok(std::string_view name)
 
 std::string plist_path(const std::string &dir, std::string_view name) { return dir + "/" + std::string(name); }
 
+void plist_parse(std::string_view text, playlist &out)
+{
+    out.items.clear();
+    while (!text.empty()) {
+        const std::size_t nl = text.find('\n');
+        std::string_view line = text.substr(0, nl);
+        text.remove_prefix(nl == std::string_view::npos ? text.size() : nl + 1);
+        if (!line.empty() && line.back() == '\r')
+            line.remove_suffix(1);
+        history_entry e;
+        // A pair that does not fit its transfer record ("%04d %02d ") would break the transfer text.
+        if (!parse_history_entry(line, e) || e.album < 0 || e.album > 9999 || e.track < 0 || e.track > 99)
+            continue;
+        out.items.push_back({e.album, e.track, std::string(line)});
+    }
+}
+
 bool plist_load(const std::string &path, playlist &out)
 {
     out.items.clear();
     std::ifstream in(path, std::ios::binary);
     if (!in)
         return false;
-    std::string line;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        history_entry e;
-        // A pair that does not fit its transfer record ("%04d %02d ") would break the transfer text.
-        if (!parse_history_entry(line, e) || e.album < 0 || e.album > 9999 || e.track < 0 || e.track > 99)
-            continue;
-        out.items.push_back({e.album, e.track, line});
-    }
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    plist_parse(text, out);
     return true;
 }
 

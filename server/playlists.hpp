@@ -37,7 +37,11 @@ bool plist_name_ok(std::string_view name);
 // The path of a playlist in `dir`.
 std::string plist_path(const std::string &dir, std::string_view name);
 
-// Reads a playlist file; lines that do not begin "%lX %d/%d" are skipped. False when it cannot be read.
+// Reads the lines of a playlist file's text; lines that do not begin
+// "%lX %d/%d" (or whose album or track would not fit a transfer record) are skipped.
+void plist_parse(std::string_view text, playlist &out);
+
+// Reads a playlist file (plist_parse). False when it cannot be read.
 bool plist_load(const std::string &path, playlist &out);
 
 // Replaces a playlist file through a temporary file and a rename, each synced

@@ -2,7 +2,9 @@
 #include "server/playlists.hpp"
 #include "sync_probe.hpp"
 
+#include <cstdio>
 #include <filesystem>
+#include <string_view>
 
 namespace {
 
@@ -482,6 +484,53 @@ TEST_F(Protocol, NothingIsAcknowledgedOnceTheRootHasGone)
     EXPECT_EQ(send(a, SHORTLIST, 1, 1).album, 0xFFFF);
     EXPECT_EQ(send(a, RANDOM).album, 0xFFFF);
     EXPECT_EQ(send(a, PLIST_ADD, 1, 1, "current.lst").album, 0xFFFF);
+}
+
+struct link_head_case {
+    std::string_view text;
+    bool ok;
+    int album;
+    int track;
+};
+
+TEST(LinkHead, ReadsWhatScanfReadsAndRefusesNumbersBeyondAnInt)
+{
+    using namespace std::string_view_literals;
+    constexpr link_head_case cases[] = {
+        {"0001 02", true, 1, 2},
+        {"0000 00", true, 0, 0},
+        {"  12\t\n34 and more", true, 12, 34},
+        {"+5 -6", true, 5, -6},
+        {"7 8", true, 7, 8},
+        {"12", false, 0, 0},
+        {"", false, 0, 0},
+        {"x 1", false, 0, 0},
+        {"1 +-2", false, 0, 0},
+        {"1\0 2"sv, false, 0, 0},
+        {"99999999999 1", false, 0, 0},
+        {"1 -99999999999", false, 0, 0},
+        {"2147483647 -2147483648", true, 2147483647, -2147483648},
+    };
+    for (const link_head_case &c : cases) {
+        int a = 0;
+        int t = 0;
+        EXPECT_EQ(parse_link_head(c.text, a, t), c.ok) << c.text;
+        if (c.ok) {
+            EXPECT_EQ(a, c.album) << c.text;
+            EXPECT_EQ(t, c.track) << c.text;
+            // The same as sscanf where sscanf is defined.
+            int sa = 0;
+            int st = 0;
+            EXPECT_EQ(std::sscanf(std::string(c.text).c_str(), "%d %d", &sa, &st), 2);
+            EXPECT_EQ(sa, a);
+            EXPECT_EQ(st, t);
+        }
+    }
+    // Only the first 63 characters count.
+    int a = 0;
+    int t = 0;
+    EXPECT_FALSE(parse_link_head(std::string(62, ' ') + "1 2", a, t));
+    EXPECT_TRUE(parse_link_head(std::string(59, ' ') + "1 2", a, t));
 }
 
 }   // namespace
