@@ -378,6 +378,10 @@ bool store_write_text(album_store &s, int n, std::string_view text)
         t.mark = 0;
         if (t.status == '\0')
             t.status = '-';
+        // An entry line without a time would be written with a leading blank,
+        // and read back with its status letter as the time.
+        if (t.time[0] == '\0')
+            copy_bounded(t.time, "00:00");
         entries.push_back(t);
     }
     transaction tx(s.db.get());
