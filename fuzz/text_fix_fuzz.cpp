@@ -1,0 +1,72 @@
+// Fuzzes the text repairs: the splitter never writes past its destinations and
+// never makes the line longer, and capitalising keeps the length and is idempotent.
+#include "album/text_fix.hpp"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr char k_canary = '\x5a';
+
+// A destination with guard bytes behind it.
+struct guarded {
+    char text[67];
+    char guard[8];
+};
+
+void check_guard(const guarded &g)
+{
+    for (char c : g.guard)
+        if (c != k_canary)
+            std::abort();
+    if (strnlen(g.text, sizeof g.text) == sizeof g.text)
+        std::abort();
+}
+
+}   // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    std::string line(reinterpret_cast<const char *>(data), size);
+    line = line.c_str();   // a C text ends at its first NUL
+    const std::size_t before = line.size();
+    guarded first;
+    guarded second;
+    std::memset(&first, k_canary, sizeof first);
+    std::memset(&second, k_canary, sizeof second);
+    first.text[0] = '\0';
+    second.text[0] = '\0';
+    split_string(line.data(), first.text, second.text);
+    check_guard(first);
+    check_guard(second);
+    if (std::strlen(line.c_str()) > before)
+        std::abort();
+    for (const char *p = line.c_str(); *p != '\0'; ++p)
+        if (static_cast<unsigned char>(*p) >= 0x80)
+            std::abort();   // every top-bit character was folded
+
+    std::string text(reinterpret_cast<const char *>(data), size);
+    text = text.c_str();
+    std::string again = text;
+    capitalize(text.data());
+    if (std::strlen(text.c_str()) != again.size())
+        std::abort();
+    again = text;
+    capitalize(again.data());
+    if (again != text)
+        std::abort();
+    lower_case(again.data());
+    return 0;
+}
+
+static const char *const seeds[] = {"the [live] version", "Title - Artist", "Name: Work", "Caf\xe9 / Bj\xf6rk  ",
+                                    "rock-n-roll {remix}"};
+extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
+extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
+{
+    *len = std::strlen(seeds[i]);
+    return seeds[i];
+}
