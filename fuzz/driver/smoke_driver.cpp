@@ -1,6 +1,6 @@
-// Runs a fuzz target without libFuzzer: every seed of its corpus folder as it
-// stands, then for a fixed number of rounds random inputs and mutations of
-// those seeds.
+// Runs a fuzz target without libFuzzer: every seed of its corpus folder (and
+// any the target offers in its code) as it stands, then for a fixed number of
+// rounds random inputs and mutations of those seeds.
 //
 //   <target> [rounds] [corpus folder]
 #include <algorithm>
@@ -15,6 +15,13 @@
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+// A target may offer seeds in its code; the corpus folder is the place for them.
+extern "C" [[gnu::weak]] std::size_t zerka_fuzz_seed_count() { return 0; }
+extern "C" [[gnu::weak]] const char *zerka_fuzz_seed(std::size_t, std::size_t *len)
+{
+    *len = 0;
+    return "";
+}
 
 namespace {
 
@@ -42,7 +49,12 @@ void run(const std::vector<std::uint8_t> &buf) { LLVMFuzzerTestOneInput(buf.data
 int main(int argc, char **argv)
 {
     const long rounds = argc > 1 ? std::atol(argv[1]) : 10000;
-    const std::vector<std::string> seeds = argc > 2 ? read_corpus(argv[2]) : std::vector<std::string>{};
+    std::vector<std::string> seeds = argc > 2 ? read_corpus(argv[2]) : std::vector<std::string>{};
+    for (std::size_t i = 0; i < zerka_fuzz_seed_count(); ++i) {
+        std::size_t len = 0;
+        const char *seed = zerka_fuzz_seed(i, &len);
+        seeds.emplace_back(seed, len);
+    }
     std::mt19937 rng(12345);
     std::vector<std::uint8_t> buf;
     for (const std::string &seed : seeds)
