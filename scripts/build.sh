@@ -7,7 +7,7 @@ set -eu
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = "--sanitize" ]; then
   cmake -S . -B build-asan -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZERKA_WERROR=ON \
-        -DZERKA_FUZZ=ON -DZERKA_BENCH=OFF >/dev/null
+        -DZERKA_FUZZ=ON >/dev/null
   cmake --build build-asan -j"$(nproc)"
 else
   cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZERKA_WERROR=ON >/dev/null
