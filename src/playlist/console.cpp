@@ -328,7 +328,7 @@ int playlist_svce(chain_item *current, int key, int mode)
         return reread(key, mode, nullptr);
     case 'x': {
         const auto reply = element_request(PLIST_DELETE, album_no, track_no);
-        char deleted[256];
+        char deleted[320];   // room for the longest artist, title and playlist name
         std::snprintf(deleted, sizeof deleted, "%s - %s:  Deleted From Playlist %s", artist, title, cur_plist);
         return reread(key, mode, reply->album != k_refused ? deleted : nullptr);
     }
