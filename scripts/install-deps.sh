@@ -4,7 +4,8 @@
 set -eu
 packages="cmake g++ clang libclang-rt-14-dev make pkg-config libncurses-dev libpulse-dev libsqlite3-dev libasio-dev
 libgtest-dev libbenchmark-dev python3 python3-pytest python3-pexpect python3-pyte
-pulseaudio pulseaudio-utils procps util-linux ncurses-base ncurses-term"
+pulseaudio pulseaudio-utils procps util-linux ncurses-base ncurses-term
+libcdio-dev libcdio-paranoia-dev cd-paranoia cdrdao"
 missing=""
 for p in $packages; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"

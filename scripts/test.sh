@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs what is missing, builds, and runs every test:
+# Checks the folder layers, installs what is missing, builds, and runs every test:
 # - build/ (GCC): the unit tests and the fuzz smoke tests;
 # - build-asan/ (clang, AddressSanitizer and UndefinedBehaviorSanitizer): the
 #   unit tests again, all the end-to-end tests against the sanitized programs,
@@ -11,6 +11,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
+scripts/check-layers
 scripts/build.sh
 (cd build && ctest --output-on-failure -j"$(nproc)" --timeout 900 -E '^e2e[.]')
 scripts/build.sh --sanitize

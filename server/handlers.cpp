@@ -2,6 +2,7 @@
 
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "server/cd_drive.hpp"
 #include "server/log.hpp"
 #include "server/notices.hpp"
 #include "server/player.hpp"
@@ -26,9 +27,6 @@ constexpr std::int64_t k_history_dir_track = 1;
 constexpr std::int64_t k_plist_console_held = 1;
 constexpr std::int64_t k_plist_unknown = 2;
 constexpr std::int64_t k_plist_problem = 3;
-
-// WRITE_CD result of a server without a drive: "CD drive is in use".
-constexpr std::int64_t k_write_cd_no_drive = 1;
 
 int album_of(const request &r) { return static_cast<int>(r.album); }
 int track_of(const request &r) { return static_cast<int>(r.track); }
@@ -150,6 +148,8 @@ void h_stop_service(request_ctx &c)
 void h_album_read(request_ctx &c)
 {
     const int n = album_of(c.req);
+    if (n == 0 && cd_album_read(c))
+        return;   // album 0 is the disc in the drive
     const std::int64_t answer = store_read_answer(c.st.store, n);
     const stored_album *a = answer == n ? store_get(c.st.store, n) : nullptr;
     reply(c, answer, 0, a != nullptr ? std::string_view(a->text) : std::string_view{});
@@ -159,6 +159,8 @@ void h_album_read(request_ctx &c)
 void h_album_write(request_ctx &c)
 {
     const int n = album_of(c.req);
+    if (n == 0 && cd_album_write(c))
+        return;   // album 0 is the disc in the drive
     if (!store_write_text(c.st.store, n, c.req.text)) {
         slog("Album %04d not written (connection %d)", n, c.self.id);
         reply(c, k_refused);
@@ -204,18 +206,18 @@ void h_refresh(request_ctx &c)
         post_album_written(c.st, c.out, n, target::others);
 }
 
-// RESET: every play count back to 0.
+// RESET: every play count back to 0, acknowledged once stored.
 void h_reset(request_ctx &c)
 {
-    std::vector<int> changed;
-    if (!store_reset_plays(c.st.store, changed)) {
-        slog("Play counts not reset: the database refused the change (connection %d)", c.self.id);
+    const std::optional<std::vector<int>> changed = store_reset_plays(c.st.store);
+    if (!changed) {
+        slog("Play counts not reset: the database refused (connection %d)", c.self.id);
         reply(c, k_refused);
         return;
     }
-    slog("Play counts reset: %zu albums (connection %d)", changed.size(), c.self.id);
+    slog("Play counts reset: %zu albums (connection %d)", changed->size(), c.self.id);
     reply(c, ok_album(c.req));
-    for (int n : changed)
+    for (int n : *changed)
         post_album_written(c.st, c.out, n, target::all);
 }
 
@@ -581,13 +583,6 @@ void h_skip(request_ctx &c)
     post(c.out, target::others, make_frame(SKIP, k_notice_sequence, 1, 0, {}));
 }
 
-// CANCEL of a CD retrieval.
-void h_cancel(request_ctx &c)
-{
-    // No drive, so no retrieval is ever outstanding: there is nothing left to cancel.
-    reply(c, ok_album(c.req));
-}
-
 // AUDIO: the connection becomes an audio stream.
 void h_audio(request_ctx &c)
 {
@@ -630,16 +625,7 @@ void h_link_track(request_ctx &c)
     reply(c, ok_album(c.req));
 }
 
-// ---- CD drive: this server has none ----------------------------------------------------------
-
-// RET_TRACK: nothing can be retrieved.
-void h_ret_track(request_ctx &c) { reply(c, k_refused); }
-
-// RET_CHECK, CD_EJECT, CD WAITING: there is nothing in a drive.
-void h_no_drive(request_ctx &c) { reply(c, 0); }
-
-// WRITE_CD: no writer.
-void h_write_cd(request_ctx &c) { reply(c, ok_album(c.req), k_write_cd_no_drive); }
+// The CD requests (RET_TRACK, RET_CHECK, CANCEL, CD_EJECT, CD WAITING, WRITE_CD) are in cd_drive.
 
 using handler_fn = void (*)(request_ctx &);
 
@@ -680,8 +666,8 @@ constexpr handler_entry handlers[] = {
     {.code = PAUSE, .fn = h_pause},
     {.code = SKIP, .fn = h_skip},
     {.code = STOP, .fn = h_stop},
-    {.code = CANCEL, .fn = h_cancel},
-    {.code = RET_TRACK, .fn = h_ret_track},
+    {.code = CANCEL, .fn = cd_cancel},
+    {.code = RET_TRACK, .fn = cd_ret_track},
     {.code = UNPLAYABLE, .fn = h_mark},
     {.code = OFFLINE, .fn = h_mark},
     {.code = SHORTLIST, .fn = h_mark},
@@ -689,10 +675,10 @@ constexpr handler_entry handlers[] = {
     {.code = NO_SELECT, .fn = h_mark},
     {.code = LINK_TRACK, .fn = h_link_track},
     {.code = LINK_QUERY, .fn = h_link_query},
-    {.code = CD_EJECT, .fn = h_no_drive},
-    {.code = RET_CHECK, .fn = h_no_drive},
+    {.code = CD_EJECT, .fn = cd_eject},
+    {.code = RET_CHECK, .fn = cd_ret_check},
     {.code = AUDIO, .fn = h_audio},
-    {.code = WRITE_CD, .fn = h_write_cd},
+    {.code = WRITE_CD, .fn = cd_write},
     {.code = CLIENT_OPEN, .fn = h_client_open},
     {.code = REBOOT, .fn = h_refuse_power},
     {.code = SHUTDOWN, .fn = h_refuse_power},
@@ -706,7 +692,7 @@ constexpr handler_entry handlers[] = {
     {.code = GET_MODE, .fn = h_get_mode},
     {.code = SET_PLIST, .fn = h_set_plist},
     {.code = GET_PLIST, .fn = h_get_plist},
-    {.code = CD_WAITING, .fn = h_no_drive},
+    {.code = CD_WAITING, .fn = cd_waiting},
 };
 static_assert(std::ranges::is_sorted(handlers, {}, &handler_entry::code));
 

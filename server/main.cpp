@@ -2,8 +2,15 @@
 //
 //   zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE] [--stall-limit S]
 //               [--greet-limit S] [--max-connections N]
+//               [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR] [--cd-simulate]
+//                [--cdrdao PATH] [--cd-speed N]]
 //   zerkaserver --make-demo DIR
+//   zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT
+//   zerkaserver --cd-helper VERB ...     (the drive helper the server starts itself)
+#include "server/cd_drive.hpp"
+#include "server/cd_helper.hpp"
 #include "server/demo.hpp"
+#include "server/demo_disc.hpp"
 #include "server/log.hpp"
 #include "server/net.hpp"
 #include "server/state.hpp"
@@ -26,7 +33,10 @@ constexpr int k_default_port = 7117;
 constexpr const char *k_usage =
     "Usage: zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE]\n"
     "                   [--stall-limit SECONDS] [--greet-limit SECONDS] [--max-connections N]\n"
+    "                   [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR]\n"
+    "                    [--cd-simulate] [--cdrdao PATH] [--cd-speed N]]\n"
     "       zerkaserver --make-demo DIR\n"
+    "       zerkaserver --make-demo-disc DISC_DIR MASTER_ROOT LOCAL_ROOT\n"
     "\n"
     "  --root DIR       the server's root: Media, PlayLists, History and the database zerka.db\n"
     "  --listen ADDR    address to listen on (default 127.0.0.1)\n"
@@ -36,7 +46,22 @@ constexpr const char *k_usage =
     "  --stall-limit S  close a connection whose message is not whole S seconds after it began (default 30)\n"
     "  --greet-limit S  close a connection that has not greeted S seconds after it opened (default 10)\n"
     "  --max-connections N  connections open at once; more are closed as they come (default 100)\n"
-    "  --make-demo DIR  write a demo root with invented albums and synthesised media\n";
+    "  --make-demo DIR  write a demo root with invented albums and synthesised media\n"
+    "  --make-demo-disc the demo's CD: an image in DISC_DIR (drive.cue, drive.bin) and its freedb entry,\n"
+    "                   its album in both roots' databases with some tracks off line\n"
+    "\n"
+    "The CD drive (a server with a drive announces discs and retrieves and backs up tracks):\n"
+    "  --cd-drive PATH  a CD device (/dev/sr0) or a disc image NAME.cue (with NAME.bin beside it);\n"
+    "                   an image that appears or is replaced is a disc put in, one removed a disc taken out\n"
+    "  --freedb DIR     local freedb data: category folders holding one XMCD file per disc identifier\n"
+    "  --master H:P     this is the local server of the master at H:P: retrieved tracks are marked\n"
+    "                   on line there (without it this server is the master itself)\n"
+    "  --master-root D  the master's root as seen from here: retrieved tracks go into D/Media\n"
+    "  --cd-simulate    backups: cdrdao's simulation on a writer; with an image or without cdrdao,\n"
+    "                   the disc image it would burn, written to ROOT/Backup/NNNN.cue and .bin\n"
+    "  --cdrdao PATH    the cdrdao program (default /usr/bin/cdrdao)\n"
+    "  --cd-speed N     read speed, N times playing speed (default: the drive's fastest); an image\n"
+    "                   is read no faster than a drive at that speed would read it\n";
 
 // Whether a path is a folder.
 bool is_dir(const std::string &path)
@@ -58,6 +83,17 @@ long whole_number(std::string_view v, long lo, long hi)
 
 int main(int argc, char **argv)
 {
+    if (argc > 1 && std::string_view(argv[1]) == "--cd-helper")
+        return cd_helper_main(argc - 2, argv + 2);
+    if (argc == 5 && std::string_view(argv[1]) == "--make-demo-disc") {
+        std::string error;
+        if (!make_demo_disc(argv[2], argv[3], argv[4], error)) {
+            std::fprintf(stderr, "zerkaserver: cannot make the demo disc: %s\n", error.c_str());
+            return 1;
+        }
+        return 0;
+    }
+    cd_options cd;
     std::string root;
     std::string demo;
     std::string log_path;
@@ -69,6 +105,10 @@ int main(int argc, char **argv)
         if (a == "--help" || a == "-h") {
             std::fputs(k_usage, stdout);
             return 0;
+        }
+        if (a == "--cd-simulate") {
+            cd.simulate = true;
+            continue;
         }
         if (!has_value) {
             std::fprintf(stderr, "zerkaserver: %s needs a value\n%s", argv[i], k_usage);
@@ -111,6 +151,23 @@ int main(int argc, char **argv)
             opt.max_connections = static_cast<int>(n);
         } else if (a == "--log") {
             log_path = v;
+        } else if (a == "--cd-drive") {
+            cd.drive = v;
+        } else if (a == "--freedb") {
+            cd.freedb = v;
+        } else if (a == "--master") {
+            cd.master = v;
+        } else if (a == "--master-root") {
+            cd.master_root = v;
+        } else if (a == "--cdrdao") {
+            cd.cdrdao = v;
+        } else if (a == "--cd-speed") {
+            const long speed = lenient_atol(v);
+            if (speed < 1 || speed > 64 || v.find_first_not_of("0123456789") != std::string_view::npos) {
+                std::fprintf(stderr, "zerkaserver: bad CD speed \"%s\" (1..64)\n", argv[i]);
+                return 2;
+            }
+            cd.speed = static_cast<int>(speed);
         } else {
             std::fprintf(stderr, "zerkaserver: unknown option %s\n%s", argv[i - 1], k_usage);
             return 2;
@@ -162,6 +219,14 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "zerkaserver: cannot open the database %s/zerka.db: %s\n", root.c_str(), error.c_str());
         if (!log_path.empty())
             slog("Cannot open the database %s/zerka.db: %s", root.c_str(), error.c_str());
+        return 1;
+    }
+    if ((!cd.freedb.empty() || !cd.master.empty() || cd.simulate) && cd.drive.empty()) {
+        std::fprintf(stderr, "zerkaserver: --freedb, --master and --cd-simulate need --cd-drive\n");
+        return 2;
+    }
+    if (!cd_drive_open(st, cd, error)) {
+        std::fprintf(stderr, "zerkaserver: %s\n", error.c_str());
         return 1;
     }
     return run_server(st, opt);

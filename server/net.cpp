@@ -6,6 +6,7 @@
 
 #include "proto/msg_types.hpp"
 #include "proto/wire.hpp"
+#include "server/cd_drive.hpp"
 #include "server/handlers.hpp"
 #include "server/log.hpp"
 #include "server/outbox.hpp"
@@ -354,6 +355,7 @@ void server::deliver(const outbox &out, connection *requester)
             case target::others: wanted = !audio && c.get() != requester; break;
             case target::viewers: wanted = !audio && c.get() != requester && c->s.viewing == m.plist; break;
             case target::audio: wanted = audio; break;
+            case target::session: wanted = c->s.id == m.session; break;
             case target::requester: break;
             }
             if (wanted)
@@ -373,6 +375,7 @@ void server::on_tick()
     outbox out;
     std::string pcm;
     player_tick(st, steady_ns(), out, listeners ? &pcm : nullptr);
+    cd_drive_tick(st, steady_ns(), out);
     for (std::size_t from = 0; from < pcm.size(); from += k_text_max) {
         const std::string_view chunk = std::string_view(pcm).substr(from, k_text_max);
         post(out, target::audio, make_frame(AUDIO, k_notice_sequence, 0, 0, chunk));
@@ -491,6 +494,7 @@ int run_server(server_state &st, const net_options &opt)
             srv.on_tick();
     });
     srv.io.run();
+    cd_drive_close(st);
     if (opt.pulse)
         pulse_stop(pulse);
     slog("Server stopped");

@@ -21,7 +21,13 @@ frame_ptr make_frame(std::int64_t type, std::int64_t sequence, std::int64_t albu
 void post(outbox &out, target to, frame_ptr frame, std::string plist)
 {
     if (frame != nullptr)
-        out.items.push_back({to, std::move(frame), std::move(plist)});
+        out.items.push_back({.to = to, .frame = std::move(frame), .plist = std::move(plist), .session = 0});
+}
+
+void post_to_session(outbox &out, int session, frame_ptr frame)
+{
+    if (frame != nullptr)
+        out.items.push_back({.to = target::session, .frame = std::move(frame), .plist = {}, .session = session});
 }
 
 bool read_frame(const std::string &frame, frame_fields &out)

@@ -27,6 +27,7 @@ enum class target {
     others,      // every client connection except the requester
     viewers,     // client connections showing the offline playlist `plist`, except the requester
     audio,       // every audio stream
+    session,     // the connection with the session id `session` (a reply given later)
 };
 
 using frame_ptr = std::shared_ptr<const std::string>;
@@ -36,6 +37,7 @@ struct out_msg {
     target to;
     frame_ptr frame;
     std::string plist;   // for target::viewers
+    int session = 0;     // for target::session
 };
 
 // The frames produced by one request or tick, in sending order.
@@ -49,6 +51,9 @@ frame_ptr make_frame(std::int64_t type, std::int64_t sequence, std::int64_t albu
 
 // Queues a frame.
 void post(outbox &out, target to, frame_ptr frame, std::string plist = {});
+
+// Queues a frame for one connection, named by its session id.
+void post_to_session(outbox &out, int session, frame_ptr frame);
 
 // Reads back the fields of an encoded frame (tests and tools).
 struct frame_fields {

@@ -100,6 +100,8 @@ struct request {
     std::string_view text;
 };
 
+struct cd_drive;
+
 // Everything the protocol and the player work on.
 struct server_state {
     server_paths paths;             // the root and its folders
@@ -110,6 +112,7 @@ struct server_state {
     int console_holder = -1;        // session id holding the console, -1 = none
     bool stop_requested = false;    // STOP_SERVICE was accepted: the server ends
     std::int64_t (*wall_clock)() = nullptr;   // seconds since the epoch (nullptr: the system clock)
+    cd_drive *cd = nullptr;         // the CD drive this server owns (nullptr: none)
 };
 
 // The wall clock of the state.

@@ -515,15 +515,15 @@ bool store_record_play(album_store &s, int album, int track, std::int64_t when)
     return false;
 }
 
-bool store_reset_plays(album_store &s, std::vector<int> &changed)
+std::optional<std::vector<int>> store_reset_plays(album_store &s)
 {
-    changed.clear();
+    std::vector<int> changed;
     transaction tx(s.db.get());
     if (!tx.open)
-        return false;
+        return std::nullopt;
     statement st(s.db.get(), "UPDATE entries SET plays=0 WHERE plays<>0");
     if (!st.run() || !tx.commit())
-        return false;
+        return std::nullopt;
     for (int n = 0; n < k_album_slots; ++n) {
         stored_album *a = get_mut(s, n);
         if (a == nullptr)
@@ -538,7 +538,7 @@ bool store_reset_plays(album_store &s, std::vector<int> &changed)
             changed.push_back(n);
         }
     }
-    return true;
+    return changed;
 }
 
 bool store_check_media(album_store &s, const std::string &media_dir, std::vector<int> &changed)

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -94,9 +95,9 @@ change_result store_replace(album_store &s, int album, int track, bool title, st
 // and the album's last-played time. False when the track is absent.
 bool store_record_play(album_store &s, int album, int track, std::int64_t when);
 
-// Sets every play count to 0; `changed` gets the albums that changed. False
-// (nothing changed) when the database refuses the change.
-bool store_reset_plays(album_store &s, std::vector<int> &changed);
+// Sets every play count to 0 and stores it; returns the albums that changed,
+// or nothing when the database refused the change (the counts stay as they were).
+std::optional<std::vector<int>> store_reset_plays(album_store &s);
 
 // Marks off line every on-line track of 1..3000 and 9000..9019 whose media
 // file is missing under media_dir; `changed` gets the albums that changed.

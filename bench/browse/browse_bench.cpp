@@ -15,6 +15,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -133,6 +134,16 @@ std::vector<chain_entry> every_track()
     return all;
 }
 
+// Releases the walk's own list (the program's lists go with their chain_list).
+void release_walked(chain_item *first)
+{
+    while (first != nullptr) {
+        chain_item *next = first->next;
+        delete first;
+        first = next;
+    }
+}
+
 bool same_list(const chain_item *x, const chain_item *y)
 {
     for (; x != nullptr && y != nullptr; x = x->next, y = y->next)
@@ -142,14 +153,14 @@ bool same_list(const chain_item *x, const chain_item *y)
 }
 
 // Builds Artist Order over the whole library; returns the seconds taken.
-double time_build(int order, int keep, chain_item **out)
+double time_build(int order, int keep, chain_list &out)
 {
     const std::vector<chain_entry> all = every_track();
     const auto t0 = clock_type::now();
-    chain_item *head = nullptr;
-    build_chain(&head, order, all, keep);
+    chain_list head;
+    build_chain(head, order, all, keep);
     const double s = seconds_since(t0);
-    *out = head;
+    out = std::move(head);
     return s;
 }
 
@@ -162,34 +173,34 @@ int main()
 
     // 36,000 tracks: the one-go builder against the walk, Artist Order.
     make_library(12, rng);
-    chain_item *fast = nullptr;
-    const double fast_36k = time_build(k_order_artist, 1, &fast);
+    chain_list fast;
+    const double fast_36k = time_build(k_order_artist, 1, fast);
     const auto t0 = clock_type::now();
     chain_item *walked = nullptr;
     for (const chain_entry &e : every_track())
         walk_artist_order(&walked, e.album_no, e.track_no);
     const double walk_36k = seconds_since(t0);
-    const bool same = same_list(fast, walked);
+    const bool same = same_list(fast.head(), walked);
     ok = ok && same;
     std::printf("Artist Order, 36000 tracks: built in %.4f s, walk %.3f s, speed-up %.0fx%s\n", fast_36k, walk_36k,
                 walk_36k / fast_36k, same ? "" : "  (LISTS DIFFER)");
     ok = ok && walk_36k / fast_36k >= 50.0;
-    free_chain(fast);
-    free_chain(walked);
+    fast.reset();
+    release_walked(walked);
 
     // 297,000 tracks.
     make_library(99, rng);
     for (int order : {k_order_artist, k_order_title, k_order_numeric, k_order_length}) {
         for (int keep : {0, 1}) {
-            chain_item *list = nullptr;
-            const double s = time_build(order, keep, &list);
+            chain_list list;
+            const double s = time_build(order, keep, list);
             int n = 0;
-            for (const chain_item *e = list; e != nullptr; e = e->next)
+            for (const chain_item *e = list.head(); e != nullptr; e = e->next)
                 ++n;
             std::printf("Order %d keep-duplicates %d, 297000 tracks: %.4f s (%d elements)\n", order, keep, s, n);
             if (order == k_order_artist)
                 ok = ok && s < 0.5;
-            free_chain(list);
+            list.reset();
         }
     }
 
@@ -202,14 +213,14 @@ int main()
         std::vector<chain_entry> hits;
         find_tracks(hits, wanted, "", 0, true, max_album);
         const double scan = seconds_since(s0);
-        chain_item *list = nullptr;
-        const int count = build_chain(&list, k_order_artist, hits, 0);
+        chain_list list;
+        const int count = build_chain(list, k_order_artist, hits, 0);
         const double total = seconds_since(s0);
         std::printf("Search artist \"%s\", 297000 tracks: scan %.4f s, with the list %.4f s (%d listed)\n", wanted, scan,
                     total, count);
         if (std::strcmp(wanted, "e") != 0)
             ok = ok && total < 0.05;
-        free_chain(list);
+        list.reset();
     }
 
     // More by this artist: fuzzy matching against every track, hits in Title Order.
@@ -218,12 +229,12 @@ int main()
         const auto s0 = clock_type::now();
         std::vector<chain_entry> hits;
         find_more_by_artist(hits, artist, 1, 1, max_album);
-        chain_item *list = nullptr;
-        const int count = build_chain(&list, k_order_title, hits, 1);
+        chain_list list;
+        const int count = build_chain(list, k_order_title, hits, 1);
         const double s = seconds_since(s0);
         std::printf("More by \"%s\", 297000 tracks: %.4f s (%d listed)\n", artist, s, count);
         ok = ok && s < 1.0;
-        free_chain(list);
+        list.reset();
     }
     // The same without the per-album memo of the last artist: every track compared afresh.
     {

@@ -93,12 +93,7 @@ double client_load(int port)
 {
     const auto start = std::chrono::steady_clock::now();
     master_sock = cd_srv_sock = connect_loopback(port);
-    master_sequ = 0;
-    static server_msg greeting;
-    greeting.socket = master_sock;
-    greeting.type = CLIENT_OPEN;
-    greeting.album = 1;
-    send_msg(&greeting);
+    greet_servers();
     clear_album_table();
     for (int n = 1; n <= k_last_regular; ++n)
         if (read_album(n, master_sock) == 3)

@@ -36,6 +36,12 @@ audio_header_check parse_audio_header(const char *bytes, audio_header &h);
 // fit their widths, more for ones that do not: the caller sends what it got).
 int format_audio_request(char (&out)[64], std::int64_t type, std::int64_t value);
 
+// One message read from the audio connection.
+struct audio_msg {
+    audio_header h = {};                             // its header
+    char payload[k_audio_payload_max + 1] = {};      // its payload, NUL-terminated
+};
+
 // Where one message's reassembly stands.
 enum class audio_step {
     more,        // the message is not complete yet: read again

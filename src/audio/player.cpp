@@ -24,7 +24,6 @@
 #include <pulse/simple.h>
 #include <unistd.h>
 
-pid_t local_audio_pid;
 char cur_track_data[80];
 volatile std::sig_atomic_t abort_sig;
 
@@ -140,7 +139,9 @@ long read_some(int fd, char *buf, long n)
 }
 
 // The player process: plays one track's media file a second at a time and acts on the keys the client forwards.
-[[noreturn]] void run_player(int album_no, int track_no)
+// The player process's own set-up: signals, the client's connections closed,
+// its name, and the SIGUSR1 handler that takes the client's keys.
+void become_player()
 {
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGUSR2, SIG_IGN);
@@ -152,16 +153,16 @@ long read_some(int fd, char *buf, long n)
     if (master_sock >= 0)
         close(master_sock);
     change_proc_name(prog_desc, "Locplay");
-    const pid_t parent = getppid();
     if (!install_siginfo_handler(SIGUSR1, loc_play_int)) {
         zerkalog("local_player - sigaction error - SIGUSR1 errno=%d", errno);
         player_exit(-1, 1);
     }
+}
 
-    // The sound server's threads must not take the keys: only this thread waits for them.
-    sigset_t usr1;
-    sigemptyset(&usr1);
-    sigaddset(&usr1, SIGUSR1);
+// The playback stream. The sound server's threads must not take the keys:
+// SIGUSR1 is blocked while they are made, so only this thread waits for them.
+pa_simple *open_playback(const sigset_t &usr1)
+{
     pthread_sigmask(SIG_BLOCK, &usr1, nullptr);
     int error = 0;
     pa_simple *playback = pa_simple_new(nullptr, "zerkasound", PA_STREAM_PLAYBACK, nullptr, "playback", &player_spec,
@@ -171,7 +172,12 @@ long read_some(int fd, char *buf, long n)
         zerkalog("pa_simple_new() failed: %s", pa_strerror(error));
         player_exit(-1, 1);
     }
+    return playback;
+}
 
+// Opens the track's media file and reads past its header into pos.
+int open_track(int album_no, int track_no, player_pos &pos)
+{
     char path[64];
     std::snprintf(path, sizeof path, "%s/%4.4d_%2.2d.wav", "Media", album_no, track_no);
     const int fd = open(path, O_RDONLY | O_CLOEXEC);
@@ -179,13 +185,55 @@ long read_some(int fd, char *buf, long n)
         zerkalog("Cannot open WAV file: %s - %s", path, std::strerror(errno));
         player_exit(-1, 1);
     }
-    player_pos pos;
     pos.file_size = lseek(fd, 0, SEEK_END);
     lseek(fd, 0, SEEK_SET);
     // The header is not examined; a file shorter than a header starts its audio where the short read ended.
     pos.data_start = read_some(fd, block, k_wav_header_bytes);
     pos.position = pos.data_start;
     pos.elapsed = -1;
+    return fd;
+}
+
+// Acts on the keys that arrived while the last block played (with SIGUSR1
+// blocked meanwhile), waiting for the next key where one leaves the player
+// silent.
+void take_keys(player_pos &pos, int fd, pid_t parent, const sigset_t &usr1)
+{
+    while (skip_value > 0) {
+        pthread_sigmask(SIG_BLOCK, &usr1, nullptr);
+        pos.skip_value = skip_value;
+        const std::sig_atomic_t seen = key_serial;
+        const key_effect effect = apply_player_key(pos);
+        skip_value = pos.skip_value;
+        pthread_sigmask(SIG_UNBLOCK, &usr1, nullptr);
+        switch (effect) {
+        case key_effect::seeked:
+            lseek(fd, pos.position, SEEK_SET);
+            break;
+        case key_effect::at_end:
+            lseek(fd, pos.position, SEEK_SET);
+            send_elapsed(parent, pos.elapsed, fd);
+            wait_for_key(seen, parent, fd);
+            break;
+        case key_effect::quit:
+            player_exit(fd, 0);
+        case key_effect::pending:
+            wait_for_key(seen, parent, fd);   // silent until the next key
+            break;
+        }
+    }
+}
+
+[[noreturn]] void run_player(int album_no, int track_no)
+{
+    become_player();
+    const pid_t parent = getppid();
+    sigset_t usr1;
+    sigemptyset(&usr1);
+    sigaddset(&usr1, SIGUSR1);
+    pa_simple *playback = open_playback(usr1);
+    player_pos pos;
+    const int fd = open_track(album_no, track_no, pos);
     skip_value = k_skip_none;
 
     for (;;) {
@@ -198,35 +246,14 @@ long read_some(int fd, char *buf, long n)
                 break;
             wait_for_key(seen, parent, fd);
         }
-        while (skip_value > 0) {
-            pthread_sigmask(SIG_BLOCK, &usr1, nullptr);
-            pos.skip_value = skip_value;
-            const std::sig_atomic_t seen = key_serial;
-            const key_effect effect = apply_player_key(pos);
-            skip_value = pos.skip_value;
-            pthread_sigmask(SIG_UNBLOCK, &usr1, nullptr);
-            switch (effect) {
-            case key_effect::seeked:
-                lseek(fd, pos.position, SEEK_SET);
-                break;
-            case key_effect::at_end:
-                lseek(fd, pos.position, SEEK_SET);
-                send_elapsed(parent, pos.elapsed, fd);
-                wait_for_key(seen, parent, fd);
-                break;
-            case key_effect::quit:
-                player_exit(fd, 0);
-            case key_effect::pending:
-                wait_for_key(seen, parent, fd);   // silent until the next key
-                break;
-            }
-        }
+        take_keys(pos, fd, parent, usr1);
         if (skip_value == k_skip_seeked) {
             skip_value = k_skip_none;   // the block read before the seek is dropped
             continue;
         }
         ++pos.elapsed;
         send_elapsed(parent, pos.elapsed, fd);
+        int error = 0;
         if (pa_simple_write(playback, block, sizeof block, &error) < 0) {
             std::fprintf(stderr, "pa_simple_write() failed: %s\n", pa_strerror(error));
             player_exit(fd, 1);

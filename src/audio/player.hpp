@@ -1,10 +1,11 @@
 // The local player: a forked process that plays one track's media file.
 #pragma once
 
+#include "core/process.hpp"   // local_audio_pid, the running player as the client knows it
+
 #include <csignal>
 #include <sys/types.h>
 
-extern pid_t local_audio_pid;              // the running player as the client knows it; 0 = none
 extern char cur_track_data[80];            // the player panel's title
 extern volatile std::sig_atomic_t abort_sig;   // set by abort_func when a long job is interrupted
 

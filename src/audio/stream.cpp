@@ -71,7 +71,7 @@ int open_audio_connection()
 }
 
 // Plays one audio block, creating the playback stream on the first one.
-void play_block(const server_msg &m)
+void play_block(const audio_msg &m)
 {
     int error = 0;
     if (playback == nullptr) {
@@ -87,7 +87,7 @@ void play_block(const server_msg &m)
     // partial frame waits for the next block, and an empty block writes nothing.
     static frame_carry carry;
     static char whole[k_audio_frame_bytes + k_audio_payload_max];
-    const std::size_t n = join_frames(carry, m.text, m.length, whole);
+    const std::size_t n = join_frames(carry, m.payload, m.h.length, whole);
     if (n == 0)
         return;
     if (pa_simple_write(playback, whole, n, &error) < 0) {
@@ -149,7 +149,7 @@ void audio_stream()
         stream_exit(1);
     send_audio_msg(CLIENT_OPEN, 0);
     send_audio_msg(AUDIO, 0);
-    static server_msg m;
+    audio_msg m;
     for (;;) {
         const std::int64_t type = recv_audio_msg(m);
         if (type < 0)
@@ -168,21 +168,21 @@ void send_audio_msg(std::int64_t type, std::int64_t value)
         zerkalog("send_audio_msg failed errno=%d", errno);
         stream_exit(1);
     }
-    static server_msg reply;
+    audio_msg reply;
     if (recv_audio_msg(reply) < 0)
         stream_exit(1);
 }
 
-std::int64_t recv_audio_msg(server_msg &m)
+std::int64_t recv_audio_msg(audio_msg &m)
 {
     audio_assembly a;
     for (;;) {
-        const ssize_t r = read(audio_sock, audio_dest(a, m.text), audio_want(a));
+        const ssize_t r = read(audio_sock, audio_dest(a, m.payload), audio_want(a));
         if (r < 0 && errno == EINTR)
             continue;
         if (r <= 0)
             return -1;
-        switch (audio_took(a, static_cast<std::size_t>(r), m.text)) {
+        switch (audio_took(a, static_cast<std::size_t>(r), m.payload)) {
         case audio_step::more:
             continue;
         case audio_step::malformed:
@@ -194,13 +194,7 @@ std::int64_t recv_audio_msg(server_msg &m)
         case audio_step::complete:
             break;
         }
-        m.link = nullptr;
-        m.socket = audio_sock;
-        m.type = a.h.type;
-        m.sequence = a.h.first;
-        m.album = a.h.value;
-        m.track = a.h.third;
-        m.length = a.h.length;
-        return m.type;
+        m.h = a.h;
+        return m.h.type;
     }
 }

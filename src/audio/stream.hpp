@@ -1,7 +1,7 @@
 // The local audio stream: a forked process that plays the master server's audio.
 #pragma once
 
-#include "proto/wire.hpp"
+#include "audio/audio_frame.hpp"
 
 #include <cstdint>
 
@@ -20,4 +20,4 @@ void send_audio_msg(std::int64_t type, std::int64_t value);
 // Reads one message from audio_sock into m, reassembling a header that comes
 // in pieces. Returns its type, or -1 when the connection closed or failed or
 // the peer broke the framing (a payload above 32,768 bytes included).
-std::int64_t recv_audio_msg(server_msg &m);
+std::int64_t recv_audio_msg(audio_msg &m);

@@ -3,6 +3,7 @@
 #include "browse/apply.hpp"
 
 #include "browse/chain.hpp"
+#include "browse/list_menus.hpp"
 #include "browse/plist_line.hpp"
 #include "browse/verbatim_edit.hpp"
 #include "core/input.hpp"
@@ -16,7 +17,6 @@
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
 #include "ui/menu.hpp"
-#include "ui/menu_tables.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
@@ -25,7 +25,6 @@
 #include <cstdio>
 #include <cstring>
 #include <curses.h>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,7 +36,6 @@ int no_of_items;          // the number of elements the browser passed
 constexpr int k_plist_limit = 256;      // tracks that may be added to the current playlist at once
 constexpr int k_file_note_limit = 8192; // beyond this the playlist file question becomes a note
 constexpr int k_edit_text = 80;         // characters of the global edit's texts
-constexpr long k_refused = 0xFFFF;
 
 // The operation codes of apply_menu (and 0, appending to a named playlist file).
 enum operation : int {
@@ -69,15 +67,7 @@ void please_wait()
 // Sends one request for an element to the master server; false when it was refused.
 bool element_request(std::int64_t type, int album_no, int track_no, const char *text)
 {
-    auto msg = std::make_unique<server_msg>();
-    msg->socket = master_sock;
-    msg->type = type;
-    msg->sequence = master_sequ;
-    msg->album = album_no;
-    msg->track = track_no;
-    set_text(*msg, text);
-    send_msg(msg.get());
-    if (msg->album == k_refused) {
+    if (request(master_sock, type, album_no, track_no, text).album == k_refused) {
         errno = 0;
         error_msg("Send message failed", 0);
         return false;
@@ -232,10 +222,12 @@ int read_text(int row, int column, const char *label, char *buf, int size)
 
 }   // namespace
 
-int mass_apply(chain_item **head, const char *name, int number, int menu_flag)
+int mass_apply(chain_item *first, const char *name, int number, int menu_flag)
 {
     if (menu_flag != 0) {
-        chain_head = head != nullptr ? *head : nullptr;
+        // The operations run screens and requests; the list must outlive them whoever owns it.
+        const chain_walk walk(first);
+        chain_head = first;
         no_of_items = number;
         menu_func(apply_menu, 0, "Apply operations to whole browser list", "");
         // The list belongs to the browser; nothing may reach it once the menu is gone.
@@ -296,17 +288,13 @@ void global_edit(chain_item *first, const char *, int count, int field)
     if (!sure(18, 6))
         return;
     please_wait();
-    char text[2 * k_edit_text + 4];
+    char text[2 * k_edit_text + 4];   // "old~new", as the server reads an edit
     std::snprintf(text, sizeof text, "%s~%s", old_text, new_text);
     for (const chain_item *e = first; e != nullptr; e = e->next) {
         element_request(field == 0 ? EDIT_ARTIST : EDIT_TITLE, e->album_no, e->track_no, text);
         read_album(e->album_no, master_sock);
     }
-    auto update = std::make_unique<server_msg>();
-    update->socket = master_sock;
-    update->type = PLIST_UPDATE;
-    set_text(*update, k_current_plist);
-    send_msg(update.get());
+    request(master_sock, PLIST_UPDATE, 0, 0, k_current_plist);
 }
 
 int get_string_verbatim(char *buf, int size)

@@ -3,9 +3,11 @@
 
 struct chain_item;
 
-// With menu_flag set: remembers the list and count and runs the operations
-// menu. Otherwise: runs operation `number` with the playlist `name`.
-int mass_apply(chain_item **head, const char *name, int number, int menu_flag);
+// With menu_flag set: runs the operations menu on the list from `first` (which
+// stays its owner's; an owner that lets go of it meanwhile hands it to this
+// walk) with `number` elements. Otherwise: runs operation `number` with the
+// playlist `name` on the list of the menu that is open.
+int mass_apply(chain_item *first, const char *name, int number, int menu_flag);
 
 // Row handler of the operations menu; returns -11.
 int apply_svce(const void *arg, int code, const char *label);

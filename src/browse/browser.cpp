@@ -8,6 +8,7 @@
 #include "browse/apply.hpp"
 #include "browse/browse_layout.hpp"
 #include "browse/chain.hpp"
+#include "browse/list_menus.hpp"
 #include "browse/output.hpp"
 #include "browse/search.hpp"
 #include "core/input.hpp"
@@ -22,8 +23,8 @@
 #include "proto/text_util.hpp"
 #include "ui/form.hpp"
 #include "ui/help.hpp"
+#include "ui/load_screen.hpp"
 #include "ui/menu.hpp"
-#include "ui/menu_tables.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
@@ -62,16 +63,19 @@ struct element_id {
 };
 
 // One browser call: the list as given, the list in its chosen order, the list
-// as shown (that one, or it reversed), the page, and the order state.
+// as shown (that one, or it reversed), the page, and the order state. The
+// lists the browser builds are its own (base_copy, shown_copy); the caller's
+// list stays the caller's.
 struct browse_run {
-    chain_item **head = nullptr;
-    chain_item *given = nullptr;         // the list the caller gave
+    explicit browse_run(chain_list &caller_list) : list(caller_list) {}
+    chain_list &list;                    // the caller's list (the one the screen keeps up to date in modes 4, 5, 7)
+    chain_item *given = nullptr;         // the caller's list as it was given
     browse_callback callback = nullptr;
     int mode = 0;
-    chain_item *base = nullptr;          // the list in the chosen order
-    bool base_owned = false;             // base is this browser's own copy
-    chain_item *shown = nullptr;         // base, or base reversed
-    bool shown_owned = false;            // shown is a reversed copy of base
+    chain_list base_copy;                // the list in the chosen order, once the browser built it
+    chain_list shown_copy;               // base reversed, while shown so
+    chain_item *base = nullptr;          // the list in the chosen order: the caller's, or base_copy
+    chain_item *shown = nullptr;         // base, or base reversed (shown_copy)
     std::vector<chain_item *> index;     // shown's elements by ordinal - 1
     page_view view;
     int count = 0;                       // the total shown in the position indicator; 0 hides it
@@ -85,26 +89,6 @@ struct browse_run {
 
 // Whether the list is a play-history list.
 bool history_mode(const browse_run &b) { return b.mode == k_browse_history; }
-
-// Releases a list this browser built.
-void release(const browse_run &b, chain_item *list)
-{
-    if (history_mode(b))
-        free_history_chain(list);
-    else
-        free_chain(list);
-}
-
-// Releases every list this browser built.
-void release_copies(browse_run &b)
-{
-    if (b.shown_owned)
-        release(b, b.shown);
-    if (b.base_owned)
-        release(b, b.base);
-    b.shown = b.base = nullptr;
-    b.shown_owned = b.base_owned = false;
-}
 
 // Indexes the shown list by ordinal.
 void reindex(browse_run &b)
@@ -139,17 +123,10 @@ bool screen_keeps_list(const browse_run &b)
     return b.mode == k_browse_console || b.mode == k_browse_offline || loaded_cd_list(b);
 }
 
-// The list the caller's screen keeps up to date, in the modes that have one.
-chain_item *source_list(const browse_run &b)
-{
-    if (b.mode == k_browse_console)
-        return plist_head;
-    if (b.mode == k_browse_offline)
-        return offl_head;
-    if (loaded_cd_list(b))
-        return exo_head;
-    return b.given;
-}
+// The list to take again: in the modes whose screen keeps its list up to date
+// (the console's plist_head, an offline playlist's offl_head, the loaded CD's
+// exo_head) that list as it stands now, else the list as it was given.
+chain_item *source_list(const browse_run &b) { return screen_keeps_list(b) ? b.list.head() : b.given; }
 
 // Shows that a long list is being rebuilt, with the number of elements taken so far.
 void show_running_count(int taken)
@@ -165,7 +142,7 @@ void show_running_count(int taken)
 // A copy of a list in an order, built the way the browser rebuilds: history
 // entries again with their texts, other elements keeping duplicates. A list
 // of more than 1000 elements shows its running count while it is taken.
-chain_item *copy_list(const browse_run &b, const chain_item *from, int order)
+chain_list copy_list(const browse_run &b, const chain_item *from, int order)
 {
     const bool long_list = b.count > k_wait_threshold;
     if (long_list)
@@ -175,7 +152,7 @@ chain_item *copy_list(const browse_run &b, const chain_item *from, int order)
         if (long_list)
             show_running_count(++taken);
     };
-    chain_item *out = nullptr;
+    chain_list out;
     if (history_mode(b)) {
         std::vector<history_item> entries;
         for (const chain_item *e = from; e != nullptr; e = e->next) {
@@ -187,14 +164,14 @@ chain_item *copy_list(const browse_run &b, const chain_item *from, int order)
                                .length = e->track->time});
             took_one();
         }
-        build_history_chain(&out, order, entries);
+        build_history_chain(out, order, entries);
     } else {
         std::vector<chain_entry> entries;
         for (const chain_item *e = from; e != nullptr; e = e->next) {
             entries.push_back({.album_no = e->album_no, .track_no = e->track_no, .key = e->key});
             took_one();
         }
-        build_chain(&out, order, entries, 1);
+        build_chain(out, order, entries, 1);
     }
     return out;
 }
@@ -219,13 +196,11 @@ void keep_position(browse_run &b, const element_id &was, int was_ordinal)
 // heading and keeps the current element.
 void show_base(browse_run &b, const element_id &was, int was_ordinal)
 {
-    if (b.shown_owned)
-        release(b, b.shown);
-    b.shown_owned = false;
+    b.shown_copy.reset();
     b.shown = b.base;
     if (b.reverse) {
-        b.shown = copy_list(b, b.base, k_order_reverse);
-        b.shown_owned = true;
+        b.shown_copy = copy_list(b, b.base, k_order_reverse);
+        b.shown = b.shown_copy.head();
     }
     set_sort_suffix(heading, sizeof heading, b.sort_row >= 0 ? k_sort_labels[b.sort_row] : nullptr, b.reverse);
     reindex(b);
@@ -240,14 +215,11 @@ void rebuild_keeping(browse_run &b, const chain_item *from, const element_id &wa
 {
     if (history_mode(b) && b.order == k_order_append)
         b.order = k_order_history_time;
-    chain_item *fresh = copy_list(b, from, b.order);
-    if (b.shown_owned)
-        release(b, b.shown);
-    b.shown_owned = false;
-    if (b.base_owned)
-        release(b, b.base);
-    b.base = fresh;
-    b.base_owned = true;
+    // Built before the old lists go: `from` may be one of them.
+    chain_list fresh = copy_list(b, from, b.order);
+    b.shown_copy.reset();
+    b.base_copy = std::move(fresh);
+    b.base = b.base_copy.head();
     show_base(b, was, was_ordinal);
 }
 
@@ -262,8 +234,8 @@ void rebuild(browse_run &b, const chain_item *from)
 // list never pull the shown elements away.
 void take_copy(browse_run &b, chain_item *from)
 {
-    b.base = copy_list(b, from, k_order_append);
-    b.base_owned = true;
+    b.base_copy = copy_list(b, from, k_order_append);
+    b.base = b.base_copy.head();
     b.shown = b.base;
     reindex(b);
 }
@@ -395,20 +367,15 @@ bool refresh_list(browse_run &b)
     clear();
     frame(stdscr);
     refresh();
-    server_msg msg;
-    msg.socket = master_sock;
-    msg.type = REFRESH;
-    msg.album = 1;
-    msg.track = 0;
-    send_msg(&msg);
-    if (msg.album == 0xFFFF) {
+    if (request(master_sock, REFRESH, 1, 0).album == k_refused) {
         errno = 0;
         error_msg("Control message failed", 0);
         return false;
     }
     read_database();
+    // The current playlist, deliberately also for an offline playlist.
     if (b.mode == k_browse_console || b.mode == k_browse_offline)
-        rebuild(b, plist_head);
+        rebuild(b, plist_head.head());
     else
         rebuild(b, b.base);
     return true;
@@ -485,12 +452,7 @@ void play_locally(const browse_run &b)
 // Ctrl-Q: asks the local server to check for a retrieval.
 void retrieval_check()
 {
-    server_msg msg;
-    msg.socket = cd_srv_sock;
-    msg.type = RET_CHECK;
-    msg.album = 0;
-    msg.track = 0;
-    send_msg(&msg);
+    request(cd_srv_sock, RET_CHECK, 0, 0);
 }
 
 // The keys a running local player takes.
@@ -531,7 +493,7 @@ int pass_on(browse_run &b, int key)
         return r;
     if (b.callback == exocd_svce) {
         // The loaded CD's list as its service left it: taken again whatever the mode.
-        if (exo_head == nullptr)
+        if (b.list.empty())
             return 0;
         if (r == k_key_esc) {
             copy_bounded(heading, b.saved_heading);
@@ -540,7 +502,7 @@ int pass_on(browse_run &b, int key)
         }
         if (r == k_key_f(9) || r == k_key_f(10))
             b.mode = k_browse_cd_matches;
-        rebuild_keeping(b, exo_head, was, was_ordinal);
+        rebuild_keeping(b, b.list.head(), was, was_ordinal);
         return k_no_result;
     }
     copy_bounded(heading, heading_before);
@@ -550,34 +512,219 @@ int pass_on(browse_run &b, int key)
     return k_no_result;
 }
 
-// The list the caller's head holds after Esc: the current playlist on the
-// console and an offline playlist, the loaded CD's list as it now stands, else
-// the list as it was given.
-chain_item *list_on_leaving(const browse_run &b)
+// What the browser does after a key.
+struct key_step {
+    bool redraw = true;   // draw the screen again
+    bool ends = false;    // the browser returns `result`
+    int result = 0;
+};
+constexpr key_step k_draw_again{};
+constexpr key_step k_keep_screen{.redraw = false};
+constexpr key_step ends_with(int result) { return {.redraw = false, .ends = true, .result = result}; }
+
+// The handlers of browse_keys (below): each acts on its key and says what the
+// browser does next.
+
+key_step keep_screen(browse_run &) { return k_keep_screen; }
+key_step draw_again(browse_run &) { return k_draw_again; }
+
+// The idle event on the console: its playlist may have changed.
+key_step take_playlist_again(browse_run &b)
 {
-    if (b.mode == k_browse_console || b.mode == k_browse_offline)
-        return plist_head;
-    if (loaded_cd_list(b))
-        return exo_head;
-    return b.given;
+    rebuild(b, source_list(b));
+    return k_draw_again;
 }
 
-// Leaves the browser: the caller's list head gets the list it should hold.
-int leave(browse_run &b, int result)
+template <page_move move>
+key_step page(browse_run &b)
 {
-    if (result == k_escape)
-        *b.head = list_on_leaving(b);
-    release_copies(b);
-    return result;
+    page_step(b.view, move);
+    return k_draw_again;
+}
+
+key_step help(browse_run &)
+{
+    help_screen(nullptr, 0, nullptr);
+    return k_draw_again;
+}
+
+key_step help_then_take_playlist_again(browse_run &b)
+{
+    help_screen(nullptr, 0, nullptr);
+    rebuild(b, source_list(b));
+    return k_draw_again;
+}
+
+key_step find_asked(browse_run &b)
+{
+    b.find_text[0] = '\0';
+    find_next(b);
+    return k_draw_again;
+}
+
+key_step find_again(browse_run &b)
+{
+    find_next(b);
+    return k_draw_again;
+}
+
+key_step print_list(browse_run &b)
+{
+    const int form = menu_func(output_menu, 0, "Report Printing Menu", "");
+    if (form >= 0 && form <= 2)
+        output(b.shown, form, std::strncmp(heading, "Album", 5) == 0 ? 1 : 0);
+    return k_draw_again;
+}
+
+key_step refresh(browse_run &b) { return refresh_list(b) ? k_draw_again : ends_with(-1); }
+
+key_step operations(browse_run &b)
+{
+    mass_apply(b.shown, "", static_cast<int>(b.index.size()), 1);
+    return k_draw_again;
+}
+
+key_step no_operations(browse_run &)
+{
+    errno = 0;
+    error_msg("Operations sub-menu not allowed here", 0);
+    return k_draw_again;
+}
+
+key_step local_audio(browse_run &)
+{
+    audio_func(nullptr, -1, nullptr);
+    return k_draw_again;
+}
+
+key_step history_files(browse_run &)
+{
+    recent_history(nullptr, 0, nullptr);
+    return k_draw_again;
+}
+
+key_step play_here(browse_run &b)
+{
+    play_locally(b);
+    return k_draw_again;
+}
+
+key_step check_retrieval(browse_run &)
+{
+    retrieval_check();
+    return k_keep_screen;
+}
+
+key_step sort(browse_run &b)
+{
+    sort_list(b);
+    return k_draw_again;
+}
+
+key_step totals(browse_run &b)
+{
+    show_totals(b);
+    return k_draw_again;
+}
+
+key_step reverse(browse_run &b)
+{
+    reverse_list(b);
+    return k_draw_again;
+}
+
+key_step wall_time(browse_run &)
+{
+    char text[128];
+    std::snprintf(text, sizeof text, "Date/Time is now: %s", get_time(std::time(nullptr)));
+    popup(text, 1);
+    return k_draw_again;
+}
+
+key_step note(browse_run &b)
+{
+    write_note(b);
+    return k_draw_again;
+}
+
+// Esc stops a running local player; otherwise it leaves the browser.
+key_step escape(browse_run &b)
+{
+    if (forward_to_player(k_key_esc)) {
+        local_audio_pid = 0;
+        return k_keep_screen;
+    }
+    copy_bounded(heading, b.saved_heading);
+    copy_bounded(footer, b.saved_footer);
+    return ends_with(k_escape);
+}
+
+// The browser's own keys, by mode. A key without a row here goes to a running
+// local player (the cursor keys left and right, with or without control) or to
+// the screen's callback.
+struct browse_key {
+    int key;
+    int modes;   // mode_bit of the list modes the row applies in
+    key_step (*handler)(browse_run &b);
+};
+
+constexpr int k_console = mode_bit(k_browse_console);
+constexpr int k_no_ops = mode_bit(k_browse_no_ops);
+
+constexpr browse_key browse_keys[] = {
+    {.key = 0, .modes = k_every_mode, .handler = keep_screen},
+    {.key = -1, .modes = k_console, .handler = take_playlist_again},
+    {.key = -1, .modes = ~k_console, .handler = draw_again},
+    {.key = k_key_down, .modes = k_every_mode, .handler = page<page_move::down>},
+    {.key = k_key_up, .modes = k_every_mode, .handler = page<page_move::up>},
+    {.key = k_key_home, .modes = k_every_mode, .handler = page<page_move::home>},
+    {.key = k_key_end, .modes = k_every_mode, .handler = page<page_move::end>},
+    {.key = k_key_page_down, .modes = k_every_mode, .handler = page<page_move::page_down>},
+    {.key = k_key_page_up, .modes = k_every_mode, .handler = page<page_move::page_up>},
+    {.key = k_key_f(6), .modes = k_every_mode, .handler = page<page_move::first>},
+    {.key = k_key_ctrl_home, .modes = k_every_mode, .handler = page<page_move::first>},
+    {.key = k_key_ctrl_page_up, .modes = k_every_mode, .handler = page<page_move::first>},
+    {.key = k_key_f(7), .modes = k_every_mode, .handler = page<page_move::last>},
+    {.key = k_key_ctrl_end, .modes = k_every_mode, .handler = page<page_move::last>},
+    {.key = k_key_ctrl_page_down, .modes = k_every_mode, .handler = page<page_move::last>},
+    {.key = k_key_f(1), .modes = k_console, .handler = help_then_take_playlist_again},
+    {.key = k_key_f(1), .modes = ~k_console, .handler = help},
+    {.key = k_key_f(2), .modes = k_every_mode, .handler = find_asked},
+    {.key = k_key_f(3), .modes = k_every_mode, .handler = find_again},
+    {.key = k_key_f(4), .modes = k_every_mode, .handler = print_list},
+    {.key = k_key_f(5), .modes = k_every_mode, .handler = refresh},
+    {.key = k_key_f(8), .modes = k_no_ops, .handler = no_operations},
+    {.key = k_key_f(8), .modes = ~k_no_ops, .handler = operations},
+    {.key = k_key_ctrl_a, .modes = k_every_mode, .handler = local_audio},
+    {.key = k_key_ctrl_h, .modes = k_every_mode, .handler = history_files},
+    {.key = k_key_ctrl_l, .modes = k_every_mode, .handler = play_here},
+    {.key = k_key_ctrl_q, .modes = k_every_mode, .handler = check_retrieval},
+    {.key = k_key_ctrl_r, .modes = k_every_mode, .handler = sort},
+    {.key = k_key_ctrl_t, .modes = k_every_mode, .handler = totals},
+    {.key = k_key_ctrl_v, .modes = k_every_mode, .handler = reverse},
+    {.key = 'w', .modes = k_every_mode, .handler = wall_time},
+    {.key = 'j', .modes = k_every_mode, .handler = note},
+    {.key = k_key_esc, .modes = k_every_mode, .handler = escape},
+};
+static_assert(keys_unique_per_mode(browse_keys));
+
+// Acts on one key.
+key_step take_key(browse_run &b, int key)
+{
+    if (const browse_key *row = key_row(browse_keys, key, b.mode))
+        return row->handler(b);
+    if (is_player_key(key) && forward_to_player(key))
+        return k_keep_screen;
+    const int r = pass_on(b, key);
+    return r == k_no_result ? k_draw_again : ends_with(r);
 }
 
 }   // namespace
 
-int browser(chain_item **head, int count, int start, browse_callback callback, int mode)
+int browser(chain_list &list, int count, int start, browse_callback callback, int mode)
 {
-    browse_run b;
-    b.head = head;
-    b.given = *head;
+    browse_run b(list);
+    b.given = list.head();
     b.callback = callback;
     b.mode = mode;
     copy_bounded(b.saved_heading, heading);
@@ -591,128 +738,12 @@ int browser(chain_item **head, int count, int start, browse_callback callback, i
     b.count = count;
     b.view = page_start(static_cast<int>(b.index.size()), start);
 
-    bool redraw = true;
-    for (;;) {
+    for (bool redraw = true;;) {
         if (redraw)
             draw(b);
-        redraw = true;
-        const int key = get_input(&input, 0);
-        switch (key) {
-        case 0:
-            redraw = false;
-            break;
-        case -1:
-            if (b.mode == k_browse_console)
-                rebuild(b, plist_head);
-            break;
-        case k_key_down:
-            page_step(b.view, page_move::down);
-            break;
-        case k_key_up:
-            page_step(b.view, page_move::up);
-            break;
-        case k_key_home:
-            page_step(b.view, page_move::home);
-            break;
-        case k_key_end:
-            page_step(b.view, page_move::end);
-            break;
-        case k_key_page_down:
-            page_step(b.view, page_move::page_down);
-            break;
-        case k_key_page_up:
-            page_step(b.view, page_move::page_up);
-            break;
-        case k_key_f(6):
-        case k_key_ctrl_home:
-        case k_key_ctrl_page_up:
-            page_step(b.view, page_move::first);
-            break;
-        case k_key_f(7):
-        case k_key_ctrl_end:
-        case k_key_ctrl_page_down:
-            page_step(b.view, page_move::last);
-            break;
-        case k_key_f(1):
-            help_screen(nullptr, 0, nullptr);
-            if (b.mode == k_browse_console)
-                rebuild(b, plist_head);
-            break;
-        case k_key_f(2):
-            b.find_text[0] = '\0';
-            find_next(b);
-            break;
-        case k_key_f(3):
-            find_next(b);
-            break;
-        case k_key_f(4): {
-            const int form = menu_func(output_menu, 0, "Report Printing Menu", "");
-            if (form >= 0 && form <= 2)
-                output(b.shown, form, std::strncmp(heading, "Album", 5) == 0 ? 1 : 0);
-            break;
-        }
-        case k_key_f(5):
-            if (!refresh_list(b))
-                return leave(b, -1);
-            break;
-        case k_key_f(8):
-            if (b.mode == k_browse_no_ops) {
-                errno = 0;
-                error_msg("Operations sub-menu not allowed here", 0);
-            } else {
-                mass_apply(&b.shown, "", static_cast<int>(b.index.size()), 1);
-            }
-            break;
-        case k_key_ctrl_a:
-            audio_func(nullptr, -1, nullptr);
-            break;
-        case k_key_ctrl_h:
-            recent_history(nullptr, 0, nullptr);
-            break;
-        case k_key_ctrl_l:
-            play_locally(b);
-            break;
-        case k_key_ctrl_q:
-            retrieval_check();
-            redraw = false;
-            break;
-        case k_key_ctrl_r:
-            sort_list(b);
-            break;
-        case k_key_ctrl_t:
-            show_totals(b);
-            break;
-        case k_key_ctrl_v:
-            reverse_list(b);
-            break;
-        case 'w': {
-            char text[128];
-            std::snprintf(text, sizeof text, "Date/Time is now: %s", get_time(std::time(nullptr)));
-            popup(text, 1);
-            break;
-        }
-        case 'j':
-            write_note(b);
-            break;
-        case k_key_esc:
-            if (forward_to_player(k_key_esc)) {
-                local_audio_pid = 0;
-                redraw = false;
-                break;
-            }
-            copy_bounded(heading, b.saved_heading);
-            copy_bounded(footer, b.saved_footer);
-            return leave(b, k_escape);
-        default: {
-            if (is_player_key(key) && forward_to_player(key)) {
-                redraw = false;
-                break;
-            }
-            const int r = pass_on(b, key);
-            if (r != k_no_result)
-                return leave(b, r);
-            break;
-        }
-        }
+        const key_step step = take_key(b, get_input(&input, 0));
+        if (step.ends)
+            return step.result;
+        redraw = step.redraw;
     }
 }

@@ -1,6 +1,7 @@
 // The scrolling list screen.
 #pragma once
 
+class chain_list;
 struct chain_item;
 
 // Handles the keys the browser passes on: (current element or null, key, mode).
@@ -16,5 +17,9 @@ inline constexpr int k_browse_offline = 5;
 inline constexpr int k_browse_cd_matches = 7;
 inline constexpr int k_browse_no_ops = 8;
 
-// Shows a list and runs its keys until Esc (-3) or a callback ends it.
-int browser(chain_item **head, int count, int start, browse_callback callback, int mode);
+// Shows a list and runs its keys until Esc (-3) or a callback ends it. The
+// list stays the caller's; the console (mode 4), an offline playlist (5) and
+// the loaded CD (exocd_svce, mode 7) pass the list their screen keeps up to
+// date (plist_head, offl_head, exo_head), and the browser shows a copy of it,
+// taken again whenever it may have been replaced.
+int browser(chain_list &list, int count, int start, browse_callback callback, int mode);

@@ -1,6 +1,6 @@
-// Browser lists: linking one element at a time (a walk from the head, which
-// keeps every order stable), and building a whole list in one go with a sort
-// that gives exactly the same list.
+// Browser lists: their owner, linking one element at a time (a walk from the
+// head, which keeps every order stable), and building a whole list in one go
+// with a sort that gives exactly the same list.
 #include "browse/chain.hpp"
 
 #include "db/album.hpp"
@@ -8,16 +8,40 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cctype>
 #include <cstring>
 #include <map>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 void (*chain_alloc_failed)() = nullptr;
 
+// The builders' access to an owner: they link elements in place.
+struct chain_building {
+    static chain_item **head(chain_list &list) { return &list.first_; }
+    static void mark_history(chain_list &list) { list.history_ = true; }
+};
+
 namespace {
+
+chain_walk *innermost_walk;   // the walks under way, innermost first (through outer_)
+std::size_t elements_live;    // elements allocated and not yet released
+
+// Releases the elements from first on, and with texts set their private text copies.
+void release_elements(chain_item *first, bool texts)
+{
+    while (first != nullptr) {
+        chain_item *next = first->next;
+        if (texts)
+            delete first->track;
+        delete first;
+        --elements_live;
+        first = next;
+    }
+}
 
 // Lower-case equivalents of every byte, the way tolower gives them.
 constexpr std::array<unsigned char, 256> make_fold_table()
@@ -46,6 +70,8 @@ chain_item *new_element()
     chain_item *e = new (std::nothrow) chain_item{};
     if (e == nullptr)
         report_alloc_failure();
+    else
+        ++elements_live;
     return e;
 }
 
@@ -221,6 +247,50 @@ void sort_by_prefix(const std::vector<candidate> &cands, std::vector<std::uint32
         perm[i] = items[i].index;
 }
 
+// Orders 2, 3 and 4: by the folded artist and title texts (the length text
+// for order 4), ties in arrival order. perm holds every index on entry.
+void sort_by_texts(int order, std::vector<candidate> &cands, std::vector<std::uint32_t> &perm, fold_arena &arena)
+{
+    arena.text.reserve(cands.size() * 40);
+    for (candidate &c : cands) {
+        if (order == k_order_length) {
+            const std::string_view time = field_view(c.rec->time);
+            c.primary = static_cast<std::uint32_t>(arena.text.size());
+            c.primary_len = static_cast<std::uint32_t>(time.size());
+            arena.text.append(time);
+            c.secondary = c.primary;
+            c.secondary_len = 0;
+        } else {
+            const std::string_view artist = drop_the(field_view(c.rec->artist));
+            const std::string_view title = field_view(c.rec->title);
+            const bool artist_first = order == k_order_artist;
+            c.primary = arena.add(artist_first ? artist : title, c.primary_len);
+            c.secondary = arena.add(artist_first ? title : artist, c.secondary_len);
+        }
+        c.prefix = text_prefix(arena.view(c.primary, c.primary_len));
+    }
+    // The first eight bytes decide most comparisons: a radix sort on them
+    // (stable, so runs of equal prefixes stay in arrival order), then each
+    // run is sorted on the whole texts.
+    sort_by_prefix(cands, perm);
+    const auto whole_text_less = [&](std::uint32_t a, std::uint32_t b) {
+        const candidate &x = cands[a];
+        const candidate &y = cands[b];
+        int c = arena.view(x.primary, x.primary_len).compare(arena.view(y.primary, y.primary_len));
+        if (c == 0)
+            c = arena.view(x.secondary, x.secondary_len).compare(arena.view(y.secondary, y.secondary_len));
+        return c != 0 ? c < 0 : a < b;
+    };
+    for (std::size_t i = 0; i < perm.size();) {
+        std::size_t j = i + 1;
+        while (j < perm.size() && cands[perm[j]].prefix == cands[perm[i]].prefix)
+            ++j;
+        if (j - i > 1)
+            std::sort(perm.begin() + static_cast<long>(i), perm.begin() + static_cast<long>(j), whole_text_less);
+        i = j;
+    }
+}
+
 // Orders the candidates (indices into cands) the way the walk would: by the
 // order's values, ties in arrival order.
 void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::uint32_t> &perm, fold_arena &arena,
@@ -245,47 +315,9 @@ void sort_candidates(int order, std::vector<candidate> &cands, std::vector<std::
         break;
     case k_order_artist:
     case k_order_title:
-    case k_order_length: {
-        arena.text.reserve(cands.size() * 40);
-        for (candidate &c : cands) {
-            if (order == k_order_length) {
-                const std::string_view time = field_view(c.rec->time);
-                c.primary = static_cast<std::uint32_t>(arena.text.size());
-                c.primary_len = static_cast<std::uint32_t>(time.size());
-                arena.text.append(time);
-                c.secondary = c.primary;
-                c.secondary_len = 0;
-            } else {
-                const std::string_view artist = drop_the(field_view(c.rec->artist));
-                const std::string_view title = field_view(c.rec->title);
-                const bool artist_first = order == k_order_artist;
-                c.primary = arena.add(artist_first ? artist : title, c.primary_len);
-                c.secondary = arena.add(artist_first ? title : artist, c.secondary_len);
-            }
-            c.prefix = text_prefix(arena.view(c.primary, c.primary_len));
-        }
-        // The first eight bytes decide most comparisons: a radix sort on them
-        // (stable, so runs of equal prefixes stay in arrival order), then each
-        // run is sorted on the whole texts.
-        sort_by_prefix(cands, perm);
-        const auto whole_text_less = [&](std::uint32_t a, std::uint32_t b) {
-            const candidate &x = cands[a];
-            const candidate &y = cands[b];
-            int c = arena.view(x.primary, x.primary_len).compare(arena.view(y.primary, y.primary_len));
-            if (c == 0)
-                c = arena.view(x.secondary, x.secondary_len).compare(arena.view(y.secondary, y.secondary_len));
-            return c != 0 ? c < 0 : a < b;
-        };
-        for (std::size_t i = 0; i < perm.size();) {
-            std::size_t j = i + 1;
-            while (j < perm.size() && cands[perm[j]].prefix == cands[perm[i]].prefix)
-                ++j;
-            if (j - i > 1)
-                std::sort(perm.begin() + static_cast<long>(i), perm.begin() + static_cast<long>(j), whole_text_less);
-            i = j;
-        }
+    case k_order_length:
+        sort_by_texts(order, cands, perm, arena);
         break;
-    }
     case k_order_cdid:
         if (!history)
             by([&](const candidate &x, const candidate &y) {
@@ -398,10 +430,11 @@ bool link_all(chain_item **head, const std::vector<candidate> &items)
     for (const candidate &c : items) {
         chain_item *e = new (std::nothrow) chain_item{};
         if (e == nullptr) {
-            free_chain(first);
+            release_elements(first, false);
             report_alloc_failure();
             return false;
         }
+        ++elements_live;
         e->track = c.rec;
         e->album_no = c.album_no;
         e->track_no = c.track_no;
@@ -418,6 +451,58 @@ bool link_all(chain_item **head, const std::vector<candidate> &items)
 }
 
 }   // namespace
+
+chain_list::chain_list(chain_list &&other) noexcept
+    : first_(std::exchange(other.first_, nullptr)), history_(std::exchange(other.history_, false))
+{
+}
+
+chain_list &chain_list::operator=(chain_list &&other) noexcept
+{
+    if (this != &other) {
+        reset();
+        first_ = std::exchange(other.first_, nullptr);
+        history_ = std::exchange(other.history_, false);
+    }
+    return *this;
+}
+
+void chain_list::reset()
+{
+    if (first_ != nullptr) {
+        chain_walk *walk = innermost_walk;
+        while (walk != nullptr && walk->first_ != first_)
+            walk = walk->outer_;
+        if (walk != nullptr) {
+            // Someone is still walking it: it goes with the walk.
+            walk->kept_.first_ = first_;
+            walk->kept_.history_ = history_;
+        } else {
+            release_elements(first_, history_);
+        }
+    }
+    first_ = nullptr;
+    history_ = false;
+}
+
+chain_walk::chain_walk(const chain_item *first) : first_(first), outer_(innermost_walk) { innermost_walk = this; }
+
+chain_walk::~chain_walk()
+{
+    assert(innermost_walk == this);
+    innermost_walk = outer_;
+    // kept_ goes now, or to an outer walk on the same list.
+}
+
+std::size_t chain_elements_live() { return elements_live; }
+
+int chain_length(const chain_item *first)
+{
+    int n = 0;
+    for (; first != nullptr; first = first->next)
+        ++n;
+    return n;
+}
 
 track_rec *table_record(int album_no, int track_no)
 {
@@ -494,8 +579,10 @@ int contains(const char *text, const char *wanted, int case_flag)
     return 0;
 }
 
-int link_track(chain_item **head, int order, int album_no, int track_no, std::int64_t key, int keep_duplicates)
+int link_track(chain_list &list, int order, int album_no, int track_no, std::int64_t key, int keep_duplicates)
 {
+    assert(!list.history());   // a history list would release the album table's records as its own
+    chain_item **head = chain_building::head(list);
     track_rec *rec = table_record(album_no, track_no);
     if (rec == nullptr)
         return 0;
@@ -538,15 +625,18 @@ int link_track(chain_item **head, int order, int album_no, int track_no, std::in
     return 1;
 }
 
-int link_history(chain_item **head, int order, int album_no, int track_no, std::int64_t key, const char *artist,
+int link_history(chain_list &list, int order, int album_no, int track_no, std::int64_t key, const char *artist,
                  const char *title, const char *length)
 {
+    assert(list.empty() || list.history());
+    chain_item **head = chain_building::head(list);
     chain_item *fresh = new_element();
     if (fresh == nullptr)
         return -1;
     track_rec *block = history_block(artist, title, length);
     if (block == nullptr) {
         delete fresh;
+        --elements_live;
         report_alloc_failure();
         return -1;
     }
@@ -561,34 +651,16 @@ int link_history(chain_item **head, int order, int album_no, int track_no, std::
         if (stops_before(order, *e, n))
             break;
     insert_element(head, fresh, e, last);
+    chain_building::mark_history(list);
     return 1;
 }
 
-void free_chain(chain_item *first)
+int build_chain(chain_list &list, int order, std::span<const chain_entry> entries, int keep_duplicates)
 {
-    while (first != nullptr) {
-        chain_item *next = first->next;
-        delete first;
-        first = next;
-    }
-}
-
-void free_history_chain(chain_item *first)
-{
-    while (first != nullptr) {
-        chain_item *next = first->next;
-        delete first->track;
-        delete first;
-        first = next;
-    }
-}
-
-int build_chain(chain_item **head, int order, std::span<const chain_entry> entries, int keep_duplicates)
-{
-    if (*head != nullptr) {
+    if (!list.empty()) {
         int added = 0;
         for (const chain_entry &en : entries) {
-            const int r = link_track(head, order, en.album_no, en.track_no, en.key, keep_duplicates);
+            const int r = link_track(list, order, en.album_no, en.track_no, en.key, keep_duplicates);
             if (r < 0)
                 return -1;
             added += r;
@@ -626,17 +698,17 @@ int build_chain(chain_item **head, int order, std::span<const chain_entry> entri
         }
         i = j;
     }
-    if (!link_all(head, out))
+    if (!link_all(chain_building::head(list), out))
         return -1;
     return static_cast<int>(out.size());
 }
 
-int build_history_chain(chain_item **head, int order, std::span<const history_item> entries)
+int build_history_chain(chain_list &list, int order, std::span<const history_item> entries)
 {
-    if (*head != nullptr) {
+    if (!list.empty()) {
         int added = 0;
         for (const history_item &en : entries) {
-            if (link_history(head, order, en.album_no, en.track_no, en.key, en.artist, en.title, en.length) < 0)
+            if (link_history(list, order, en.album_no, en.track_no, en.key, en.artist, en.title, en.length) < 0)
                 return -1;
             ++added;
         }
@@ -664,9 +736,11 @@ int build_history_chain(chain_item **head, int order, std::span<const history_it
     out.reserve(cands.size());
     for (std::uint32_t p : perm)
         out.push_back(cands[p]);
-    if (!link_all(head, out)) {
+    if (!link_all(chain_building::head(list), out)) {
         release();
         return -1;
     }
+    if (!out.empty())
+        chain_building::mark_history(list);
     return static_cast<int>(out.size());
 }

@@ -1,4 +1,5 @@
-// Browser lists: the element, the builders that keep every sort order, and the substring test.
+// Browser lists: the element, the owner of a list, the builders that keep
+// every sort order, and the substring test.
 #pragma once
 
 #include "proto/album_text.hpp"
@@ -18,6 +19,62 @@ struct chain_item {
     std::int64_t key;        // sort and identity key (by default the record's CD-ID or time played)
 };
 
+class chain_walk;
+
+// The owner of one browser list, and the one way a list is released: when the
+// owner is reset, assigned another list or destroyed, the elements go, and for
+// a history list (built by link_history or build_history_chain) their private
+// copies of the texts with them. Move-only; a moved-from owner is empty.
+//
+// A list that an operation is still walking (see chain_walk) is not released
+// when its owner lets go of it: the owner hands it to the walk instead.
+class chain_list {
+public:
+    chain_list() = default;
+    chain_list(chain_list &&other) noexcept;
+    chain_list &operator=(chain_list &&other) noexcept;
+    chain_list(const chain_list &) = delete;
+    chain_list &operator=(const chain_list &) = delete;
+    ~chain_list() { reset(); }
+
+    // The first element; null for an empty list.
+    chain_item *head() const { return first_; }
+    bool empty() const { return first_ == nullptr; }
+    // Whether the elements hold private copies of their texts.
+    bool history() const { return history_; }
+    // Lets go of the list: releases it, or hands it to a walk that is on it.
+    void reset();
+
+private:
+    friend struct chain_building;   // the builders in chain.cpp link elements in place
+    chain_item *first_ = nullptr;
+    bool history_ = false;
+};
+
+// One operation's walk over a list it does not own (mass apply walks the list
+// the browser shows while it runs screens and requests). While the walk lasts,
+// an owner that lets go of that list hands it to the walk, which releases it
+// when the walk ends. Walks nest; the innermost on a list takes it.
+class chain_walk {
+public:
+    explicit chain_walk(const chain_item *first);
+    ~chain_walk();
+    chain_walk(const chain_walk &) = delete;
+    chain_walk &operator=(const chain_walk &) = delete;
+
+private:
+    friend class chain_list;
+    const chain_item *first_;   // the list walked
+    chain_walk *outer_;         // the walk that was innermost before this one
+    chain_list kept_;           // the list, once its owner let go of it
+};
+
+// The number of elements of a list.
+int chain_length(const chain_item *first);
+
+// The number of list elements allocated and not yet released, in every list.
+std::size_t chain_elements_live();
+
 // Order codes of link_track and link_history.
 inline constexpr int k_order_numeric = 1;
 inline constexpr int k_order_artist = 2;
@@ -35,14 +92,12 @@ inline constexpr int k_like_seconds = 29;
 
 // Inserts album/track into the list in `order`: 1 inserted, 0 folded into a
 // like track (keep_duplicates 0), -1 out of memory ("Malloc failed").
-int link_track(chain_item **head, int order, int album_no, int track_no, std::int64_t key, int keep_duplicates);
+int link_track(chain_list &list, int order, int album_no, int track_no, std::int64_t key, int keep_duplicates);
 
-// Inserts a history entry with private copies of its texts: 1, or -1.
-int link_history(chain_item **head, int order, int album_no, int track_no, std::int64_t key, const char *artist,
+// Inserts a history entry with private copies of its texts (the list becomes
+// a history list): 1, or -1.
+int link_history(chain_list &list, int order, int album_no, int track_no, std::int64_t key, const char *artist,
                  const char *title, const char *length);
-
-// Releases the elements from first on (not the text blocks of history entries).
-void free_chain(chain_item *first);
 
 // 1 when wanted occurs in text (case-insensitively when case_flag is 0); an empty wanted text never matches.
 int contains(const char *text, const char *wanted, int case_flag);
@@ -69,13 +124,11 @@ struct history_item {
 // (order, ties, folding and duplicate marks), in O(n log n). A list that is
 // not empty is extended with link_track, entry by entry. Returns the number of
 // elements added, or -1 ("Malloc failed"; nothing is added then).
-int build_chain(chain_item **head, int order, std::span<const chain_entry> entries, int keep_duplicates);
+int build_chain(chain_list &list, int order, std::span<const chain_entry> entries, int keep_duplicates);
 
-// The same for history entries, as link_history would place them.
-int build_history_chain(chain_item **head, int order, std::span<const history_item> entries);
-
-// Releases a history list built by this program's own copies, text blocks included.
-void free_history_chain(chain_item *first);
+// The same for history entries, as link_history would place them (the list
+// becomes a history list).
+int build_history_chain(chain_list &list, int order, std::span<const history_item> entries);
 
 // Called when a list element cannot be allocated; the client shows "Malloc failed".
 extern void (*chain_alloc_failed)();
@@ -102,3 +155,7 @@ int compare_artists(std::string_view a, std::string_view b);
 
 // Compares two texts case-blind.
 int compare_folded(std::string_view a, std::string_view b);
+
+// Tracing aid: logs "%s: chain=%8.8X" with the label and the list's address,
+// then "%02d: %04d/%02d" (index, album, track) per element.
+void pr_chain(const char *label, const chain_item *chain);

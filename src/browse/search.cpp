@@ -8,7 +8,6 @@
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "browse/search_scan.hpp"
-#include "browse/wav_check.hpp"
 #include "core/input.hpp"
 #include "core/keys.hpp"
 #include "core/link.hpp"
@@ -22,6 +21,7 @@
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "reports/wav_file.hpp"
 #include "ui/menu.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
@@ -32,7 +32,6 @@
 #include <cstring>
 #include <ctime>
 #include <curses.h>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,14 +39,13 @@ namespace {
 
 constexpr int k_search_text = 50;          // characters of a search text
 constexpr int k_last_selectable = 8999;    // albums from 9000 up are not offered the selection keys
-constexpr long k_refused = 0xFFFF;         // a reply's album field when the server refused
 
 constexpr const char *k_search_title = "Enter Artist and/or Title To Search For";
 
 // Builds a list from hits; the number of elements, or -1 when memory ran out.
-int list_of_hits(chain_item **list, int order, const std::vector<chain_entry> &hits, int keep_duplicates)
+int list_of_hits(chain_list &list, int order, const std::vector<chain_entry> &hits, int keep_duplicates)
 {
-    *list = nullptr;
+    list.reset();
     return build_chain(list, order, hits, keep_duplicates);
 }
 
@@ -82,13 +80,7 @@ void blank_field(int row, int column, int length)
 // One selection request for a track to the master server.
 void selection_request(std::int64_t type, int album_no, int track_no)
 {
-    auto msg = std::make_unique<server_msg>();
-    msg->socket = master_sock;
-    msg->type = type;
-    msg->album = album_no;
-    msg->track = track_no;
-    send_msg(msg.get());
-    if (msg->album == k_refused) {
+    if (request(master_sock, type, album_no, track_no).album == k_refused) {
         errno = 0;
         error_msg("Send message failed", 0);
     }
@@ -110,8 +102,8 @@ void album_track_list(const chain_item *e)
     std::vector<chain_entry> entries;
     for (int t = 1; t <= album_track_count(a) && t < k_max_entries; ++t)
         entries.push_back({.album_no = a, .track_no = t, .key = 0});
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, k_order_append, entries, 1);
+    chain_list list;
+    const int count = list_of_hits(list, k_order_append, entries, 1);
     if (count < 0)
         return;
     char saved_heading[sizeof heading];
@@ -121,8 +113,7 @@ void album_track_list(const chain_item *e)
     const track_rec &head = album[a].entry[0];
     std::snprintf(heading, sizeof heading, "%04d: %.28s - %.29s [%s]", a, head.artist, head.title, head.time);
     copy_bounded(footer, "^add to PlayList    ^more by this artist   ^^WAV Check");
-    browser(&list, count, e->track_no, search_svce, k_browse_album);
-    free_chain(list);
+    browser(list, count, e->track_no, search_svce, k_browse_album);
     copy_bounded(heading, saved_heading);
     copy_bounded(footer, saved_footer);
 }
@@ -136,8 +127,8 @@ void more_by_artist(const chain_item *e)
     copy_bounded(artist, e->track->artist);
     std::vector<chain_entry> hits;
     find_more_by_artist(hits, artist, e->album_no, e->track_no, max_album);
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, k_order_title, hits, 1);
+    chain_list list;
+    const int count = list_of_hits(list, k_order_title, hits, 1);
     if (count < 0)
         return;
     if (count == 0) {
@@ -152,9 +143,8 @@ void more_by_artist(const chain_item *e)
     int r;
     do {
         std::snprintf(heading, sizeof heading, "More tracks by %.29s", artist);
-        r = browser(&list, count, 0, search_svce, k_browse_duplicates);
+        r = browser(list, count, 0, search_svce, k_browse_duplicates);
     } while (r != k_escape);
-    free_chain(list);
     copy_bounded(heading, saved_heading);
     copy_bounded(footer, saved_footer);
 }
@@ -245,7 +235,7 @@ void add_whole_album(int album_no)
 }
 
 // The shared end of both case-sensitive searches: the results browsed once.
-int browse_cs_results(chain_item *list, int count)
+int browse_cs_results(chain_list &list, int count)
 {
     if (count <= 0) {
         if (count == 0)
@@ -253,8 +243,7 @@ int browse_cs_results(chain_item *list, int count)
         return -1;
     }
     copy_bounded(footer, "^^R re-sort  ^^V reverse sort-order   track^list");
-    browser(&list, count, 0, search_svce, k_browse_plain);
-    free_chain(list);
+    browser(list, count, 0, search_svce, k_browse_plain);
     return -1;
 }
 
@@ -290,8 +279,8 @@ int cs_artist_title()
     refresh();
     std::vector<chain_entry> hits;
     find_tracks(hits, artist, title, 1, true, max_album);
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, artist[0] != '\0' ? k_order_artist : k_order_title, hits, 1);
+    chain_list list;
+    const int count = list_of_hits(list, artist[0] != '\0' ? k_order_artist : k_order_title, hits, 1);
     search_heading(artist, title, true);
     return browse_cs_results(list, count);
 }
@@ -318,8 +307,8 @@ int cs_global()
         refresh();
         find_in_album(hits, a, text);
     }
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, k_order_artist, hits, 1);
+    chain_list list;
+    const int count = list_of_hits(list, k_order_artist, hits, 1);
     return browse_cs_results(list, count);
 }
 
@@ -375,6 +364,192 @@ void change_selection(const selection_key &k, char status, int album_no, int tra
         selection_request(k.request, album_no, track_no);
 }
 
+// ----- The keys of the track lists ------------------------------------------
+//
+// The handlers of element_keys and selectable_keys (below): each acts on its
+// key for the element and returns search_svce's result.
+
+int show_details(chain_item *e, int)
+{
+    details(e->album_no, e->track_no);
+    return 0;
+}
+
+int edit_track(chain_item *e, int)
+{
+    char number[16];
+    std::snprintf(number, sizeof number, "%d", e->album_no);
+    edit_album(number, e->track_no, "Edit Album");
+    return 0;
+}
+
+int add_to_a_playlist(chain_item *e, int)
+{
+    add_to_chosen_plist(e->album_no, e->track_no);
+    return 0;
+}
+
+// 'l' in an album's own track list: that list is already shown.
+int already_the_album(chain_item *, int) { return -1; }
+
+int show_album_tracks(chain_item *e, int)
+{
+    album_track_list(e);
+    return 0;
+}
+
+int show_more_by_artist(chain_item *e, int)
+{
+    more_by_artist(e);
+    return 0;
+}
+
+int link_to_chain(chain_item *e, int)
+{
+    add_to_chain(e->album_no, e->track_no);
+    return 0;
+}
+
+int show_chain(chain_item *e, int)
+{
+    view_chain(e->album_no, e->track_no);
+    return 0;
+}
+
+// The key is the caller's to act on.
+int hand_back(chain_item *, int key) { return key; }
+
+int check_whole_album(chain_item *e, int)
+{
+    check_album(e->album_no);
+    return 0;
+}
+
+int check_one_track(chain_item *e, int)
+{
+    check_track(e->album_no, e->track_no);
+    return 0;
+}
+
+// The keys that work on any element, whatever its album: (element, key) -> result.
+struct element_key {
+    int key;
+    int modes;
+    int (*handler)(chain_item *e, int key);
+};
+
+constexpr int k_album_mode = mode_bit(k_browse_album);
+constexpr int k_duplicates_mode = mode_bit(k_browse_duplicates);
+
+constexpr element_key element_keys[] = {
+    {.key = k_key_enter, .modes = k_every_mode, .handler = show_details},
+    {.key = k_key_return, .modes = k_every_mode, .handler = show_details},
+    {.key = k_key_linefeed, .modes = k_every_mode, .handler = show_details},
+    {.key = 'i', .modes = k_every_mode, .handler = show_details},
+    {.key = 'e', .modes = k_every_mode, .handler = edit_track},
+    {.key = 'f', .modes = k_every_mode, .handler = add_to_a_playlist},
+    {.key = 'l', .modes = k_album_mode, .handler = already_the_album},
+    {.key = 'l', .modes = ~k_album_mode, .handler = show_album_tracks},
+    {.key = 'm', .modes = k_every_mode, .handler = show_more_by_artist},
+    {.key = 'q', .modes = k_every_mode, .handler = link_to_chain},
+    {.key = 'v', .modes = k_every_mode, .handler = show_chain},
+    {.key = 'x', .modes = k_every_mode, .handler = hand_back},
+    {.key = k_key_ctrl_w, .modes = k_every_mode, .handler = check_whole_album},
+    {.key = k_key_tab, .modes = k_every_mode, .handler = check_one_track},
+};
+static_assert(keys_unique_per_mode(element_keys));
+
+// 'a': the track to the playlist the list screens work on, the current one
+// when none is chosen.
+int add_to_playlist(chain_item *e, int key)
+{
+    if (cur_plist[0] == '\0')
+        copy_bounded(cur_plist, k_current_plist);
+    plist_add(e, cur_plist);
+    return key;
+}
+
+// 'a' in an album's track list: always to the current playlist.
+int add_to_current_playlist(chain_item *e, int key)
+{
+    copy_bounded(cur_plist, k_current_plist);
+    plist_add(e, cur_plist);
+    return key;
+}
+
+int add_album(chain_item *e, int key)
+{
+    add_whole_album(e->album_no);
+    return key;
+}
+
+int duplicates_of(chain_item *e, int key)
+{
+    last_album = e->album_no;
+    check_duplicate(nullptr, e->album_no, nullptr);
+    return key;
+}
+
+int selection(chain_item *e, int key)
+{
+    const track_rec *rec = table_record(e->album_no, e->track_no);
+    change_selection(*selection_key_of(key), rec != nullptr ? rec->status : '-', e->album_no, e->track_no);
+    return key;
+}
+
+int force_off_line(chain_item *e, int key)
+{
+    if (confirmed("Are you sure you wish to offline this track?")) {
+        then = std::time(nullptr);
+        playtime = 8;
+        paused = 0;
+        selection_request(OFFLINE, e->album_no, e->track_no);
+        if (e->album_no == retrieve_album)
+            retrieve_album = k_no_album;
+    }
+    return key;
+}
+
+// The keys for the tracks of the ordinary albums (1 to 8999). The rows that
+// show the track first put its line on row 8 (on a cleared, framed screen
+// when they ask a question) and return the key; a key without a row shows the
+// line too and goes to the play controls.
+struct selectable_key {
+    int key;
+    int modes;
+    bool shows_track;
+    bool clears;
+    int (*handler)(chain_item *e, int key);
+};
+
+constexpr selectable_key selectable_keys[] = {
+    {.key = 'a', .modes = k_album_mode, .shows_track = false, .clears = false, .handler = add_to_current_playlist},
+    {.key = 'a', .modes = ~k_album_mode, .shows_track = false, .clears = false, .handler = add_to_playlist},
+    {.key = 'd', .modes = k_duplicates_mode, .shows_track = false, .clears = false, .handler = hand_back},
+    {.key = 'd', .modes = ~k_duplicates_mode, .shows_track = true, .clears = false, .handler = duplicates_of},
+    {.key = 'b', .modes = k_every_mode, .shows_track = true, .clears = true, .handler = add_album},
+    {.key = k_key_ctrl_s, .modes = k_every_mode, .shows_track = true, .clears = true, .handler = selection},
+    {.key = k_key_ctrl_d, .modes = k_every_mode, .shows_track = true, .clears = true, .handler = selection},
+    {.key = k_key_ctrl_u, .modes = k_every_mode, .shows_track = true, .clears = true, .handler = selection},
+    {.key = k_key_ctrl_n, .modes = k_every_mode, .shows_track = true, .clears = true, .handler = selection},
+    {.key = k_key_ctrl_o, .modes = k_every_mode, .shows_track = true, .clears = true, .handler = force_off_line},
+};
+static_assert(keys_unique_per_mode(selectable_keys));
+
+// Shows "album/track: artist - title" at row 8, column 10.
+void show_track_line(const chain_item *e, bool clears)
+{
+    char line[192];
+    std::snprintf(line, sizeof line, "%04d/%02d: %s - %s", e->album_no, e->track_no, e->track->artist,
+                  e->track->title);
+    if (clears) {
+        clear();
+        frame(stdscr);
+    }
+    put_text(stdscr, 8, 10, line);
+    refresh();
+}
+
 }   // namespace
 
 int search(const void *, int keep_duplicates)
@@ -402,8 +577,8 @@ int search(const void *, int keep_duplicates)
     refresh();
     std::vector<chain_entry> hits;
     find_tracks(hits, artist, title, 0, true, max_album);
-    chain_item *list = nullptr;
-    const int count = list_of_hits(&list, order, hits, keep_duplicates);
+    chain_list list;
+    const int count = list_of_hits(list, order, hits, keep_duplicates);
     if (count <= 0) {
         if (count == 0)
             popup("Sorry, nothing found", 1);
@@ -415,9 +590,8 @@ int search(const void *, int keep_duplicates)
     copy_bounded(saved_footer, footer);
     search_heading(artist, title, false);
     copy_bounded(footer, "^add to playlist   ^more by this artist   track^list");
-    while (browser(&list, count, 0, search_svce, k_browse_plain) != k_escape) {
+    while (browser(list, count, 0, search_svce, k_browse_plain) != k_escape) {
     }
-    free_chain(list);
     copy_bounded(heading, saved_heading);
     copy_bounded(footer, saved_footer);
     curs_set(0);
@@ -445,99 +619,18 @@ int search_svce(chain_item *current, int key, int mode)
 {
     if (current == nullptr)
         return key;
+    if (const element_key *row = key_row(element_keys, key, mode))
+        return row->handler(current, key);
     const int a = current->album_no;
-    const int t = current->track_no;
-    switch (key) {
-    case k_key_enter:
-    case k_key_return:
-    case k_key_linefeed:
-    case 'i':
-        details(a, t);
-        return 0;
-    case 'e': {
-        char number[16];
-        std::snprintf(number, sizeof number, "%d", a);
-        edit_album(number, t, "Edit Album");
-        return 0;
-    }
-    case 'f':
-        add_to_chosen_plist(a, t);
-        return 0;
-    case 'l':
-        if (mode == k_browse_album)
-            return -1;
-        album_track_list(current);
-        return 0;
-    case 'm':
-        more_by_artist(current);
-        return 0;
-    case 'q':
-        add_to_chain(a, t);
-        return 0;
-    case 'v':
-        view_chain(a, t);
-        return 0;
-    case 'x':
-        return 'x';
-    case k_key_ctrl_w:
-        check_album(a);
-        return 0;
-    case k_key_tab:
-        check_track(a, t);
-        return 0;
-    default:
-        break;
-    }
     if (a < 1 || a > k_last_selectable)
         return 0;
-    if (key == 'a') {
-        if (cur_plist[0] == '\0' || mode == k_browse_album)
-            copy_bounded(cur_plist, k_current_plist);
-        plist_add(current, cur_plist);
-        return key;
-    }
-    if (key == 'd' && mode == k_browse_duplicates)
-        return 'd';
-
-    const track_rec *rec = table_record(a, t);
-    const char status = rec != nullptr ? rec->status : '-';
-    char line[192];
-    std::snprintf(line, sizeof line, "%04d/%02d: %s - %s", a, t, current->track->artist, current->track->title);
-    const bool asks = key == 'b' || key == k_key_ctrl_s || key == k_key_ctrl_d || key == k_key_ctrl_u ||
-                      key == k_key_ctrl_n || key == k_key_ctrl_o;
-    if (asks) {
-        clear();
-        frame(stdscr);
-    }
-    put_text(stdscr, 8, 10, line);
-    refresh();
-    switch (key) {
-    case 'b':
-        add_whole_album(a);
-        break;
-    case 'd':
-        last_album = a;
-        check_duplicate(nullptr, a, nullptr);
-        break;
-    case k_key_ctrl_s:
-    case k_key_ctrl_d:
-    case k_key_ctrl_u:
-    case k_key_ctrl_n:
-        change_selection(*selection_key_of(key), status, a, t);
-        break;
-    case k_key_ctrl_o:
-        if (confirmed("Are you sure you wish to offline this track?")) {
-            then = std::time(nullptr);
-            playtime = 8;
-            paused = 0;
-            selection_request(OFFLINE, a, t);
-            if (a == retrieve_album)
-                retrieve_album = k_no_album;
-        }
-        break;
-    default:
+    const selectable_key *row = key_row(selectable_keys, key, mode);
+    if (row != nullptr && !row->shows_track)
+        return row->handler(current, key);
+    show_track_line(current, row != nullptr && row->clears);
+    if (row != nullptr)
+        row->handler(current, key);
+    else
         controls(key);
-        break;
-    }
     return key;
 }

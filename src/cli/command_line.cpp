@@ -14,7 +14,6 @@
 #include "core/startup.hpp"
 #include "db/album.hpp"
 #include "playlist/offline.hpp"
-#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
@@ -29,13 +28,28 @@
 
 namespace {
 
-constexpr std::int64_t k_failed = 0xFFFF;              // reply album of a refused request
 constexpr std::int64_t k_playlists_listing = 0x8000;   // DIRLIST album field of a playlist listing
 constexpr int k_history_max = 100000;                  // a server that never says "no more" still ends the walk
 
-// The one request record of the run: each request sets only its own fields,
-// so the others carry what the previous reply left.
-server_msg record;
+// What the run's requests carry from one reply to the next: each request sets
+// only its own fields and sends the others as the previous reply left them
+// (the server walks its history from them, for one). A run starts from album
+// 1, track 0 and an empty text.
+struct carried_fields {
+    std::int64_t album = 1;
+    std::int64_t track = 0;
+    std::string text;
+};
+
+// Sends a request with the carried fields and carries the reply's on.
+server_msg ask(carried_fields &c, int socket, std::int64_t type)
+{
+    const server_msg reply = request(socket, type, c.album, c.track, c.text);
+    c.album = reply.album;
+    c.track = reply.track;
+    c.text.assign(reply.text, strnlen(reply.text, sizeof reply.text));
+    return reply;
+}
 
 // Writes one formatted line (already ended by its newline) to standard output.
 void put_line(const char *line) { std::fputs(line, stdout); }
@@ -61,22 +75,14 @@ void print_usage()
 }
 
 // --next: fade out and play the next track.
-void skip_track()
+void skip_track(carried_fields &c)
 {
-    record.type = SKIP;
-    record.socket = master_sock;
-    send_msg(&record);
-    if (record.album == k_failed)
+    if (ask(c, master_sock, SKIP).album == k_refused)
         put_text_line("! Control message failed");
 }
 
 // --stop: the master stops at the end of the current track.
-void stop_master()
-{
-    record.type = STOP;
-    record.socket = master_sock;
-    send_msg(&record);
-}
+void stop_master(carried_fields &c) { ask(c, master_sock, STOP); }
 
 // Runs /bin/stty with one mode word and "echo" on the terminal of standard input.
 void set_terminal(const char *mode)
@@ -86,14 +92,12 @@ void set_terminal(const char *mode)
 }
 
 // --stop-local: shuts down the local server, or after a confirmation the master.
-void stop_local()
+void stop_local(carried_fields &c)
 {
     if (local_server) {
         put_text_line("Local server will now shut down");
         std::fflush(stdout);
-        record.type = STOP_SERVICE;
-        record.socket = cd_srv_sock;
-        send_msg(&record);
+        ask(c, cd_srv_sock, STOP_SERVICE);
         return;
     }
     if (!master) {
@@ -108,30 +112,26 @@ void stop_local()
     std::fputc('\n', stdout);
     std::fflush(stdout);
     // Only a lower-case "y" shuts the master down.
-    if (answer == 'y') {
-        record.type = STOP_SERVICE;
-        record.socket = master_sock;
-        send_msg(&record);
-    }
+    if (answer == 'y')
+        ask(c, master_sock, STOP_SERVICE);
 }
 
 // --history: walks the server's recent history, one entry per reply, until a reply's album is 0.
-void print_history()
+void print_history(carried_fields &c)
 {
-    record.type = HISTORY;
-    set_text(record, "history.hst");
+    c.text = "history.hst";
     for (int asked = 0; asked < k_history_max; ++asked) {
-        send_msg(&record);
-        if (record.album == 0)
+        const server_msg reply = ask(c, master_sock, HISTORY);
+        if (reply.album == 0)
             return;
         history_entry e;
-        if (parse_history_entry({record.text, strnlen(record.text, record.length)}, e)) {
+        if (parse_history_entry({reply.text, strnlen(reply.text, reply.length)}, e)) {
             char line[k_cli_line];
             format_history_line(line, sizeof line, e, get_time(static_cast<std::time_t>(e.time_played)));
             put_line(line);
         }
-        // The server walks its history from the fields its reply left in the record.
-        set_text(record, "history.hst");
+        // The server walks its history from the album and track its reply left.
+        c.text = "history.hst";
     }
 }
 
@@ -187,19 +187,17 @@ void local_audio(bool stopping)
 }
 
 // --mode: shows the playing mode or the selection playlist, or selects a mode.
-void mode_operations(const cli_options &o)
+void mode_operations(carried_fields &c, const cli_options &o)
 {
     if (o.mode_name[0] == '\0') {
         if (o.target[0] == '\0') {
-            record.type = GET_MODE;
-            send_msg(&record);
+            const server_msg reply = ask(c, master_sock, GET_MODE);
             char line[k_cli_line];
-            format_mode_line(line, sizeof line, record.album);
+            format_mode_line(line, sizeof line, reply.album);
             put_line(line);
         } else if (std::strcmp(o.target, k_any_target) == 0) {
-            record.type = GET_PLIST;
-            send_msg(&record);
-            std::printf("Selection Playlist: \"%s\"\n", record.text);
+            const server_msg reply = ask(c, master_sock, GET_PLIST);
+            std::printf("Selection Playlist: \"%s\"\n", reply.text);
         }
         return;
     }
@@ -208,20 +206,16 @@ void mode_operations(const cli_options &o)
         put_text_line("! unknown mode");
         return;
     }
-    record.type = GET_MODE;
-    send_msg(&record);
-    const std::int64_t current = record.album;
+    const std::int64_t current = ask(c, master_sock, GET_MODE).album;
     if (mode == 5 || mode == 6) {
-        record.type = SET_PLIST;
-        record.album = mode;
-        record.track = 1;
-        set_text(record, o.target);
-        send_msg(&record);
-        if (record.album == 0)
-            put_text_line(set_plist_failure(record.track));
+        c.album = mode;
+        c.track = 1;
+        c.text = o.target;
+        const server_msg reply = ask(c, master_sock, SET_PLIST);
+        if (reply.album == 0)
+            put_text_line(set_plist_failure(reply.track));
     } else if (mode != current) {
-        record.type = MODE_UNDEFINED + mode;
-        send_msg(&record);
+        ask(c, master_sock, MODE_UNDEFINED + mode);
     }
 }
 
@@ -240,7 +234,7 @@ void load_database()
 }
 
 // Adds an item to, or deletes it from, the current playlist or the short-list; false when the run ends here.
-bool change_list(const cli_options &o)
+bool change_list(carried_fields &c, const cli_options &o)
 {
     int album_no = 0;
     int track_no = 0;
@@ -252,37 +246,33 @@ bool change_list(const cli_options &o)
         put_line(line);
         return false;
     }
-    record.album = album_no;
-    record.track = track_no;
-    record.type = o.list_type;
+    c.album = album_no;
+    c.track = track_no;
     if (o.list_type == SHORTLIST || o.list_type == DONOTPLAY) {
-        send_msg(&record);   // with the text as it stands
+        ask(c, master_sock, o.list_type);   // with the text as it stands
         return true;
     }
     char line[k_cli_line];
     if (o.list_type == PLIST_ADD && track_no == 0) {
-        for (int t = 1; t <= rec->tracks; ++t) {
+        for (int t = 1; t <= rec->tracks; ++t)
             plist_add_svce(album_no, t, k_current_plist, 0, master_sock);
-            release_retired_chains();   // no list is shown here: each rebuilt copy can go at once
-        }
         format_album_added(line, sizeof line, album_no, rec->entry[0].artist, rec->entry[0].title);
         put_line(line);
     } else {
-        set_text(record, k_current_plist);
-        send_msg(&record);
+        c.text = k_current_plist;
+        const server_msg reply = ask(c, master_sock, o.list_type);
         const track_rec &t = rec->entry[track_no];
-        format_list_result(line, sizeof line, o.list_type == PLIST_DELETE, record.album == k_failed, t.artist,
+        format_list_result(line, sizeof line, o.list_type == PLIST_DELETE, reply.album == k_refused, t.artist,
                            t.title);
         put_line(line);
     }
-    record.type = PLIST_UPDATE;
-    set_text(record, k_current_plist);
-    send_msg(&record);
+    c.text = k_current_plist;
+    ask(c, master_sock, PLIST_UPDATE);
     return true;
 }
 
 // --playlist-use: appends an offline playlist to the current one.
-void append_playlist(const cli_options &o)
+void append_playlist(carried_fields &c, const cli_options &o)
 {
     char path[sizeof o.plist_name + 16];
     std::snprintf(path, sizeof path, "%s/%s", "PlayLists", o.plist_name);
@@ -290,40 +280,37 @@ void append_playlist(const cli_options &o)
         std::printf("! Playlist \"%s\" does not exist\n", path);
         return;
     }
-    record.type = PLIST_APPEND;
-    set_text(record, o.plist_name);
-    send_msg(&record);
+    c.text = o.plist_name;
+    ask(c, master_sock, PLIST_APPEND);
 }
 
 // --playlist-search: the names of the offline playlists.
-void list_playlists()
+void list_playlists(carried_fields &c)
 {
-    record.type = DIRLIST;
-    record.album = k_playlists_listing;
-    record.track = 0;
-    set_text(record, "PlayLists");
-    send_msg(&record);
-    for_each_listed_playlist({record.text, strnlen(record.text, record.length)}, [](std::string_view name) {
+    c.album = k_playlists_listing;
+    c.track = 0;
+    c.text = "PlayLists";
+    const server_msg reply = ask(c, master_sock, DIRLIST);
+    for_each_listed_playlist({reply.text, strnlen(reply.text, reply.length)}, [](std::string_view name) {
         const std::string shown(name);
         std::printf("%s \n", shown.c_str());
     });
 }
 
 // --playlist: prints a playlist, one track per line.
-void print_playlist(const cli_options &o)
+void print_playlist(carried_fields &c, const cli_options &o)
 {
-    record.type = PLIST_GET;
-    set_text(record, o.plist_name);
-    send_msg(&record);
-    if (record.album == 0) {
+    c.text = o.plist_name;
+    const server_msg reply = ask(c, master_sock, PLIST_GET);
+    if (reply.album == 0) {
         std::printf("Cannot open playlist: \"%s\"\n", o.plist_name);
         return;
     }
-    for_each_plist_record(record.text, strnlen(record.text, record.length), print_track);
+    for_each_plist_record(reply.text, strnlen(reply.text, reply.length), print_track);
 }
 
 // The operation that ended the argument scan; false when there was none.
-bool immediate_operation(cli_action action)
+bool immediate_operation(carried_fields &c, cli_action action)
 {
     switch (action) {
     case cli_action::none:
@@ -332,16 +319,16 @@ bool immediate_operation(cli_action action)
         print_usage();
         break;
     case cli_action::skip:
-        skip_track();
+        skip_track(c);
         break;
     case cli_action::stop:
-        stop_master();
+        stop_master(c);
         break;
     case cli_action::stop_local:
-        stop_local();
+        stop_local(c);
         break;
     case cli_action::history:
-        print_history();
+        print_history(c);
         break;
     case cli_action::audio_on:
         local_audio(false);
@@ -360,19 +347,12 @@ bool immediate_operation(cli_action action)
 
 void command_line(int argc, char **argv)
 {
-    record.socket = master_sock;
-    record.type = 0;
-    record.sequence = 0;
-    record.album = 1;
-    record.track = 0;
-    record.text[0] = '\0';
-
+    carried_fields c;
     const cli_options o = scan_arguments(argc, argv);
-    record.type = o.type;
-    if (immediate_operation(o.action))
+    if (immediate_operation(c, o.action))
         return;
     if (o.mode) {
-        mode_operations(o);
+        mode_operations(c, o);
         return;
     }
     if (!(o.playlist || o.search || o.use || o.print || o.add || o.del || o.shortlist)) {
@@ -380,14 +360,14 @@ void command_line(int argc, char **argv)
         return;
     }
     load_database();
-    if ((o.add || o.del || o.shortlist) && !change_list(o))
+    if ((o.add || o.del || o.shortlist) && !change_list(c, o))
         return;
     if (o.use)
-        append_playlist(o);
+        append_playlist(c, o);
     if (o.list_playlists)
-        list_playlists();
+        list_playlists(c);
     if (o.print)
-        print_playlist(o);
+        print_playlist(c, o);
     if (o.search && !o.list_playlists)
         search_database(o);
 }

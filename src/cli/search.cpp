@@ -62,17 +62,17 @@ void search_database(const cli_options &o)
             if (album[n].entry[t].status != 'U')
                 consider(n, t);
     }
-    chain_item *head = nullptr;
-    if (build_chain(&head, order, hits, 0) < 0) {
+    chain_list list;
+    if (build_chain(list, order, hits, 0) < 0) {
         put_text_line("! Malloc failed");
         return;
     }
-    if (head == nullptr) {
+    if (list.empty()) {
         put_text_line("! Nothing found");
         return;
     }
     char line[k_cli_line];
-    for (const chain_item *e = head; e != nullptr; e = e->next) {
+    for (const chain_item *e = list.head(); e != nullptr; e = e->next) {
         if (o.album_only) {
             const album_rec *rec = album_of(e->album_no);
             if (rec != nullptr) {
@@ -83,5 +83,4 @@ void search_database(const cli_options &o)
             print_track(e->album_no, e->track_no);
         }
     }
-    free_chain(head);
 }

@@ -1,16 +1,13 @@
 #include "core/input.hpp"
 
-#include "audio/player.hpp"
+#include "core/hooks.hpp"
 #include "core/keymap.hpp"
 #include "core/link.hpp"
 #include "core/signals.hpp"
-#include "core/startup.hpp"
-#include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
-#include "ui/popup.hpp"
-#include "ui/screen.hpp"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,7 +18,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-server_msg input;
+server_msg input = {.socket = STDIN_FILENO, .type = INPUT};
 int gui;
 int playtime;
 int paused;
@@ -30,17 +27,13 @@ std::time_t now;
 int retrieve_album = k_no_album;
 int retrieve_track;
 int cd_loaded_other;
-int freedb_matches;
-int current_match;
-chain_item *exo_head;
-std::uint64_t cd_info[2];
 int resize_generation;
+core_hooks loop_hooks;
 
 namespace {
 
 key_stack typed_ahead;            // keys typed while a reply was awaited
 server_msg *queue_head;         // messages that arrived while a reply was awaited, oldest first
-int reminder_phase;             // the CD reminder shows its text on odd idle seconds
 
 // What has arrived of the next message on one connection. A message is taken
 // only when complete, so a slow server never holds up the keyboard.
@@ -102,7 +95,8 @@ server_msg *new_record(const char *what)
 {
     server_msg *m = new (std::nothrow) server_msg;
     if (m == nullptr) {
-        error_msg(what, errno);
+        if (loop_hooks.error != nullptr)
+            loop_hooks.error(what, errno);
         if (gui)
             endwin();
         std::exit(1);
@@ -117,7 +111,8 @@ void drain_queue()
         std::unique_ptr<server_msg> m(queue_head);
         queue_head = m->link;
         m->link = nullptr;
-        async_msg(m.get());
+        if (loop_hooks.message != nullptr)
+            loop_hooks.message(m.get(), false);
     }
 }
 
@@ -127,36 +122,6 @@ void append_to_queue(server_msg *m)
     while (*tail != nullptr)
         tail = &(*tail)->link;
     *tail = m;
-}
-
-// The play-time counter and the CD reminder, once per idle second.
-void idle_second()
-{
-    if (playtime > 0) {
-        now = std::time(nullptr);
-        if (!paused)
-            playtime -= static_cast<int>(now - then);
-        then = now;
-        if (playtime < 0)
-            playtime = 0;
-        char text[16];
-        std::snprintf(text, sizeof text, "%02d:%02d", playtime / 60, playtime % 60);
-        attron(A_REVERSE);
-        put_text(stdscr, LINES - 1, 74, text);
-        attroff(A_REVERSE);
-    }
-    if (retrieve_album != k_no_album) {
-        char text[64];
-        const int len = std::snprintf(text, sizeof text, "Please load CD number %4.4d", retrieve_album);
-        if (reminder_phase == 0)
-            std::memset(text, ' ', static_cast<std::size_t>(len));
-        reminder_phase ^= 1;
-        attron(A_BOLD);
-        put_text(stdscr, 22, centre_column(len), text);
-        attroff(A_BOLD);
-    } else {
-        reminder_phase = 0;
-    }
 }
 
 struct cursor_place {
@@ -181,6 +146,142 @@ void restore_cursor(const cursor_place &c)
         move(c.y, c.x);
 }
 
+// A key for a key wait without waiting: the last typed ahead, or one that
+// curses already holds (the rest of a sequence it could not decode is not
+// seen by select).
+bool key_at_hand(int &key)
+{
+    if (typed_ahead.pop(key))
+        return true;
+    if (!gui)
+        return false;
+    wtimeout(stdscr, 0);
+    key = wgetch(stdscr);
+    wtimeout(stdscr, 100);
+    if (key == ERR)
+        return false;
+    key = canonical_key(key);
+    return true;
+}
+
+// What the signals left for the screen (the local player's panel, a resize,
+// an interrupt): true when a key wait ends with -1 because of it.
+bool screen_event(bool key_wait)
+{
+    if (loop_hooks.each_pass != nullptr)
+        loop_hooks.each_pass();
+    if (resize_pending) {
+        resize_pending = 0;
+        if (loop_hooks.resized != nullptr)
+            loop_hooks.resized();
+        ++resize_generation;
+        if (key_wait)
+            return true;
+    }
+    if (interrupt_pending && key_wait) {
+        interrupt_pending = 0;
+        if (loop_hooks.interrupted != nullptr)
+            loop_hooks.interrupted();
+        return true;
+    }
+    return false;
+}
+
+// Waits up to a second for the keyboard (in the interactive program), the
+// servers and the signal pipe: the number of readable descriptors, 0 after a
+// time-out or an interrupted wait, -1 on any other failure.
+int wait_readable(fd_set &readable)
+{
+    FD_ZERO(&readable);
+    int max_fd = -1;
+    const auto watch = [&](int fd) {
+        if (fd >= 0) {
+            FD_SET(fd, &readable);
+            max_fd = fd > max_fd ? fd : max_fd;
+        }
+    };
+    if (gui)
+        watch(STDIN_FILENO);
+    watch(master_sock);
+    watch(cd_srv_sock);
+    watch(signal_pipe_fd());
+    timeval timeout = {.tv_sec = 1, .tv_usec = 0};
+    const int ready = select(max_fd + 1, &readable, nullptr, nullptr, &timeout);
+    if (ready < 0 && errno == EINTR)
+        return 0;   // an interrupted wait counts as a time-out
+    return ready;
+}
+
+constexpr int k_wait_on = INT_MIN;   // take_readable: the wait goes on
+
+// A server connection is readable: takes what has arrived of its next message.
+// The reply ends the wait with its text length (the messages queued meanwhile
+// are handled first); an unsolicited message during a key wait is handled and
+// ends the wait with -1; one during a reply wait is queued.
+int server_readable(int fd, server_msg *msg, bool key_wait, const cursor_place &cursor)
+{
+    receiver &rx = receiver_for(fd);
+    const int got = receive_some(fd, rx);
+    if (got < 0)
+        server_lost();
+    if (got == 0) {
+        restore_cursor(cursor);
+        return k_wait_on;
+    }
+    if (!key_wait && is_reply(*msg, fd, rx.h.type, rx.h.sequence)) {
+        take_message(fd, rx, *msg);
+        drain_queue();
+        restore_cursor(cursor);
+        if (gui)
+            refresh();
+        return static_cast<int>(msg->length);
+    }
+    server_msg *m = new_record("Message queue malloc failed");
+    take_message(fd, rx, *m);
+    if (key_wait) {
+        std::unique_ptr<server_msg> owned(m);
+        if (loop_hooks.message != nullptr)
+            loop_hooks.message(m, true);
+        restore_cursor(cursor);
+        return -1;
+    }
+    append_to_queue(m);
+    restore_cursor(cursor);
+    return k_wait_on;
+}
+
+// Something is readable: the signal pipe is emptied; a key ends a key wait,
+// and keys typed while a reply is awaited go on the type-ahead stack; then one
+// message is taken, the master server's first. Returns what get_input returns,
+// or k_wait_on; the cursor is back in its place either way.
+int take_readable(const fd_set &readable, server_msg *msg, bool key_wait, const cursor_place &cursor)
+{
+    if (signal_pipe_fd() >= 0 && FD_ISSET(signal_pipe_fd(), &readable)) {
+        signal_pipe_drain();
+        restore_cursor(cursor);
+        return k_wait_on;
+    }
+    if (gui && FD_ISSET(STDIN_FILENO, &readable)) {
+        if (key_wait) {
+            restore_cursor(cursor);
+            const int key = wgetch(stdscr);
+            return key == ERR ? ERR : canonical_key(key);
+        }
+        for (int key; (key = wgetch(stdscr)) != ERR;)
+            typed_ahead.push(canonical_key(key));
+    }
+    int fd = -1;
+    if (master_sock >= 0 && FD_ISSET(master_sock, &readable))
+        fd = master_sock;
+    else if (cd_srv_sock >= 0 && FD_ISSET(cd_srv_sock, &readable))
+        fd = cd_srv_sock;
+    if (fd < 0) {
+        restore_cursor(cursor);
+        return k_wait_on;
+    }
+    return server_readable(fd, msg, key_wait, cursor);
+}
+
 }   // namespace
 
 void push_key(int key) { typed_ahead.push(key); }
@@ -191,7 +292,8 @@ void push_key(int key) { typed_ahead.push(key); }
         shutdown(master_sock, SHUT_RDWR);
         close(master_sock);
     }
-    popup("Zerka server is closing down - abort", -2);
+    if (loop_hooks.notice != nullptr)
+        loop_hooks.notice("Zerka server is closing down - abort", -2);
     if (gui) {
         clear();
         refresh();
@@ -207,114 +309,27 @@ int get_input(server_msg *msg, int ticks)
     const bool key_wait = msg->type == INPUT;
     if (gui)
         wtimeout(stdscr, 100);
-    if (key_wait) {
-        int key;
-        if (typed_ahead.pop(key))
-            return key;
-        if (gui) {
-            // A key that curses already holds (the rest of a sequence it could not decode) is not seen by select.
-            wtimeout(stdscr, 0);
-            key = wgetch(stdscr);
-            wtimeout(stdscr, 100);
-            if (key != ERR)
-                return canonical_key(key);
-        }
-    }
+    int key;
+    if (key_wait && key_at_hand(key))
+        return key;
     for (;;) {
-        if (gui) {
-            loc_play_redraw();
-            if (resize_pending) {
-                resize_pending = 0;
-                resize_screen();
-                ++resize_generation;
-                if (key_wait)
-                    return -1;
-            }
-            if (interrupt_pending && key_wait) {
-                interrupt_pending = 0;
-                interrupt_question();
-                return -1;
-            }
-        }
+        if (gui && screen_event(key_wait))
+            return -1;
         const cursor_place cursor = park_cursor();
         fd_set readable;
-        FD_ZERO(&readable);
-        int max_fd = -1;
-        const auto watch = [&](int fd) {
-            if (fd >= 0) {
-                FD_SET(fd, &readable);
-                max_fd = fd > max_fd ? fd : max_fd;
-            }
-        };
-        if (gui)
-            watch(STDIN_FILENO);
-        watch(master_sock);
-        watch(cd_srv_sock);
-        watch(signal_pipe_fd());
-        timeval timeout = {.tv_sec = 1, .tv_usec = 0};
-        int ready = select(max_fd + 1, &readable, nullptr, nullptr, &timeout);
+        const int ready = wait_readable(readable);
         if (ready < 0) {
-            if (errno != EINTR) {
-                restore_cursor(cursor);
-                return -1;
-            }
-            ready = 0;   // an interrupted wait counts as a time-out
+            restore_cursor(cursor);
+            return -1;
         }
         if (ready > 0) {
-            if (signal_pipe_fd() >= 0 && FD_ISSET(signal_pipe_fd(), &readable)) {
-                signal_pipe_drain();
-                restore_cursor(cursor);
-                continue;
-            }
-            if (gui && FD_ISSET(STDIN_FILENO, &readable)) {
-                if (key_wait) {
-                    restore_cursor(cursor);
-                    const int key = wgetch(stdscr);
-                    return key == ERR ? ERR : canonical_key(key);
-                }
-                for (int key; (key = wgetch(stdscr)) != ERR;)
-                    typed_ahead.push(canonical_key(key));
-            }
-            int fd = -1;
-            if (master_sock >= 0 && FD_ISSET(master_sock, &readable))
-                fd = master_sock;
-            else if (cd_srv_sock >= 0 && FD_ISSET(cd_srv_sock, &readable))
-                fd = cd_srv_sock;
-            if (fd < 0) {
-                restore_cursor(cursor);
-                continue;
-            }
-            receiver &rx = receiver_for(fd);
-            const int got = receive_some(fd, rx);
-            if (got < 0)
-                server_lost();
-            if (got == 0) {
-                restore_cursor(cursor);
-                continue;
-            }
-            if (!key_wait && is_reply(*msg, fd, rx.h.type, rx.h.sequence)) {
-                take_message(fd, rx, *msg);
-                drain_queue();
-                restore_cursor(cursor);
-                if (gui)
-                    refresh();
-                return static_cast<int>(msg->length);
-            }
-            server_msg *m = new_record("Message queue malloc failed");
-            take_message(fd, rx, *m);
-            if (key_wait) {
-                std::unique_ptr<server_msg> owned(m);
-                if (!(m->type == PLIST_UPDATE && std::strcmp(cur_plist, k_current_plist) != 0))
-                    async_msg(m);
-                restore_cursor(cursor);
-                return -1;
-            }
-            append_to_queue(m);
-            restore_cursor(cursor);
+            const int result = take_readable(readable, msg, key_wait, cursor);
+            if (result != k_wait_on)
+                return result;
             continue;
         }
-        if (gui)
-            idle_second();
+        if (gui && loop_hooks.idle_second != nullptr)
+            loop_hooks.idle_second();
         restore_cursor(cursor);
         if (gui)
             refresh();

@@ -1,14 +1,12 @@
 // The one waiting point of the program: keys from the operator and messages
-// from the servers, the play-time display, and the handler of unsolicited
-// server messages.
+// from the servers. What it asks of the screen and of the message handlers
+// (the play-time display, unsolicited messages) goes through core/hooks.hpp.
 #pragma once
 
 #include "proto/wire.hpp"
 
 #include <cstdint>
 #include <ctime>
-
-struct chain_item;
 
 extern server_msg input;          // the standing key-wait record (type INPUT, socket = standard input)
 extern int gui;                   // 1 in the interactive program, 0 in command-line mode
@@ -21,11 +19,6 @@ extern std::time_t now;           // the current time of the last idle second
 extern int retrieve_album;        // album whose CD the operator is asked to load; 65534 = none
 extern int retrieve_track;        // its track
 extern int cd_loaded_other;       // a CD other than the requested one is being handled
-
-extern int freedb_matches;        // freedb matches of the loaded CD (negative: freedb unavailable)
-extern int current_match;         // the match being shown
-extern chain_item *exo_head;      // the loaded CD's track list
-extern std::uint64_t cd_info[2];  // the loaded CD's identifier, in element 1
 
 inline constexpr int k_no_album = 65534;
 inline constexpr int k_typeahead_max = 128;
@@ -51,9 +44,6 @@ int get_input(server_msg *msg, int ticks);
 
 // Pushes a key back so that the next key wait returns it first.
 void push_key(int key);
-
-// Handles one unsolicited server message.
-void async_msg(server_msg *msg);
 
 // Ends the program after the server connection was lost.
 [[noreturn]] void server_lost();

@@ -2,6 +2,8 @@
 // named once for every screen; usable by code that must not include curses.
 #pragma once
 
+#include <cstddef>
+
 // The control character of a letter: ctrl_key('A') is 1.
 constexpr int ctrl_key(char letter) { return letter & 0x1F; }
 
@@ -53,3 +55,44 @@ inline constexpr int k_key_ctrl_home = 0x217;
 inline constexpr int k_key_ctrl_page_up = 0x22B;
 inline constexpr int k_key_ctrl_end = 0x212;
 inline constexpr int k_key_ctrl_page_down = 0x226;
+
+// Key tables: constexpr arrays of rows with a `key` (and, where a key means
+// different things in different list modes, a `modes` mask of mode bits).
+// These check them at compile time.
+
+// The bit of a list mode (a browser mode, 0..31) in a `modes` mask.
+constexpr int mode_bit(int mode) { return 1 << mode; }
+inline constexpr int k_every_mode = ~0;
+
+// No key twice in a table.
+template <typename Row, std::size_t N>
+constexpr bool keys_unique(const Row (&rows)[N])
+{
+    for (std::size_t i = 0; i < N; ++i)
+        for (std::size_t j = i + 1; j < N; ++j)
+            if (rows[i].key == rows[j].key)
+                return false;
+    return true;
+}
+
+// A key twice in a table only for modes that do not overlap, so that one row
+// at most applies to a key in any mode.
+template <typename Row, std::size_t N>
+constexpr bool keys_unique_per_mode(const Row (&rows)[N])
+{
+    for (std::size_t i = 0; i < N; ++i)
+        for (std::size_t j = i + 1; j < N; ++j)
+            if (rows[i].key == rows[j].key && (rows[i].modes & rows[j].modes) != 0)
+                return false;
+    return true;
+}
+
+// The row of a key that applies in `mode`, or null.
+template <typename Row, std::size_t N>
+constexpr const Row *key_row(const Row (&rows)[N], int key, int mode)
+{
+    for (const Row &r : rows)
+        if (r.key == key && (r.modes & mode_bit(mode)) != 0)
+            return &r;
+    return nullptr;
+}

@@ -1,15 +1,15 @@
 #include "core/link.hpp"
 
-#include "browse/chain.hpp"
 #include "core/config.hpp"
+#include "core/hooks.hpp"
 #include "core/input.hpp"
 #include "core/log.hpp"
 #include "core/process.hpp"
 #include "proto/msg_types.hpp"
-#include "ui/popup.hpp"
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -85,28 +85,12 @@ int connect_to_server(const char *host, int port, int master_flag)
     fatal(text);
 }
 
-bool read_message(int fd, server_msg &m)
-{
-    char head[k_header_len];
-    wire_header h;
-    if (!read_exact(fd, head, sizeof head) || !decode_header(head, h))
-        return false;
-    if (!read_exact(fd, m.text, h.length))
-        return false;
-    m.text[h.length] = '\0';
-    m.link = nullptr;
-    m.socket = fd;
-    m.type = h.type;
-    m.sequence = h.sequence;
-    m.album = h.album;
-    m.track = h.track;
-    m.length = h.length;
-    return true;
-}
+namespace {
 
+// Writes one message whole; false when it could not be written.
 bool write_msg(const server_msg &msg)
 {
-    static char buf[k_header_len + k_text_max];
+    static char buf[k_header_len + k_text_max];   // bytes on their way out; never a record
     const wire_header h = {.type = msg.type,
                            .sequence = msg.sequence,
                            .album = msg.album,
@@ -120,6 +104,9 @@ bool write_msg(const server_msg &msg)
     return write_all(static_cast<int>(msg.socket), buf, n);
 }
 
+// Stamps the sequence and length, sends the request on msg->socket, waits for
+// the matching reply and leaves it in msg. A failed write shows "send_msg
+// failed" and returns with msg as it was sent.
 void send_msg(server_msg *msg)
 {
     if (msg->socket == master_sock)
@@ -129,7 +116,8 @@ void send_msg(server_msg *msg)
     msg->text[k_text_max] = '\0';
     msg->length = static_cast<std::uint32_t>(std::strlen(msg->text));
     if (!write_msg(*msg)) {
-        error_msg("send_msg failed", errno);
+        if (loop_hooks.error != nullptr)
+            loop_hooks.error("send_msg failed", errno);
         return;
     }
     get_input(msg, 0);
@@ -140,20 +128,57 @@ void send_msg(server_msg *msg)
         cd_srv_sequ = msg->sequence;
 }
 
+// A request record: the fields the caller gives, sequence 0 until the link stamps it.
+void fill(server_msg &msg, int socket, std::int64_t type, std::int64_t album, std::int64_t track)
+{
+    msg.socket = socket;
+    msg.type = type;
+    msg.sequence = 0;
+    msg.album = album;
+    msg.track = track;
+}
+
+}   // namespace
+
+server_msg request(int socket, std::int64_t type, std::int64_t album, std::int64_t track, std::string_view text)
+{
+    server_msg msg;
+    fill(msg, socket, type, album, track);
+    set_text(msg, text);
+    send_msg(&msg);
+    return msg;
+}
+
+server_msg requestf(int socket, std::int64_t type, std::int64_t album, std::int64_t track, const char *format, ...)
+{
+    server_msg msg;
+    fill(msg, socket, type, album, track);
+    va_list ap;
+    va_start(ap, format);
+    std::vsnprintf(msg.text, sizeof msg.text, format, ap);
+    va_end(ap);
+    send_msg(&msg);
+    return msg;
+}
+
+void greet_servers()
+{
+    master_sequ = 0;
+    const server_msg first = request(master_sock, CLIENT_OPEN, 1, 0);
+    if (local_server == 1) {
+        cd_srv_sequ = 0;
+        const server_msg second = request(cd_srv_sock, first.type, first.album, first.track);
+        cd_srv_sequ = second.sequence;
+    }
+}
+
 const char *get_time(std::time_t t)
 {
     static char text[64];
     if (t == 0) {
-        static server_msg msg;
-        msg.socket = master_sock;
-        msg.type = GETTIME;
-        msg.sequence = 0;
-        msg.album = 0;
-        msg.track = 0;
-        set_text(msg, "Time");
-        send_msg(&msg);
+        const server_msg reply = request(master_sock, GETTIME, 0, 0, "Time");
         // A reply that is not a clock leaves the local clock alone and shows the local time.
-        const bool known = parse_server_time(msg.text, t);
+        const bool known = parse_server_time(reply.text, t);
         if (!known)
             t = std::time(nullptr);
         // The clock is set at one-second resolution; when it already shows the
@@ -182,12 +207,4 @@ void pr_msg(int tag, const server_msg *msg)
     std::fputs(stamp, logfile);
     std::fputs(line, logfile);
     std::fflush(logfile);
-}
-
-void pr_chain(const char *label, const chain_item *chain)
-{
-    zerkalog("%s: chain=%8.8X", label, static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(chain)));
-    int index = 0;
-    for (const chain_item *c = chain; c != nullptr; c = c->next)
-        zerkalog("%02d: %04d/%02d", index++, c->album_no, c->track_no);
 }

@@ -10,6 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+pid_t local_audio_pid;
+
 namespace {
 
 // Waits for a child; with SIGCHLD ignored the child is reaped by the kernel and the status is unknown (0).

@@ -3,6 +3,8 @@
 
 #include <sys/types.h>
 
+extern pid_t local_audio_pid;   // the local player process as the client knows it; 0 = none (closedown stops it)
+
 // Runs a program and waits for it; its standard output and error go to
 // /dev/null when quiet. Returns its exit status, or -1 when it could not run.
 int run_program(const char *const argv[], bool quiet);

@@ -1,12 +1,10 @@
 #include "core/startup.hpp"
 
-#include "audio/player.hpp"
 #include "core/input.hpp"
 #include "core/link.hpp"
 #include "core/log.hpp"
+#include "core/process.hpp"
 #include "core/signals.hpp"
-#include "ui/popup.hpp"
-#include "ui/screen.hpp"
 
 #include <cerrno>
 #include <csignal>
@@ -15,7 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <curses.h>
-#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -101,36 +98,6 @@ void interrupt_func(int)
 {
     interrupt_pending = 1;
     signal_wakeup();
-}
-
-void interrupt_question()
-{
-    std::signal(SIGINT, SIG_IGN);
-    curs_set(1);
-    clear();
-    wtimeout(stdscr, -1);
-    char reply[2] = {};
-    if (prompt(20, 25, "Are you sure you want to exit?", reply, 1, 0) == 'y')
-        closedown(0);
-    clear();
-    curs_set(0);
-    refresh();
-    wtimeout(stdscr, 100);
-    install_handler(SIGINT, interrupt_func);
-    // The screen under the question was wiped: every screen redraws itself as after a resize.
-    ++resize_generation;
-}
-
-void resize_screen()
-{
-    winsize ws = {};
-    // resize_term, not resizeterm: the latter also queues a KEY_RESIZE "key",
-    // which a question would take for the operator's answer.
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &ws) == 0 && ws.ws_row > 0 && ws.ws_col > 0)
-        resize_term(ws.ws_row, ws.ws_col);
-    clear();
-    frame(stdscr);
-    header(nullptr);
 }
 
 void diag(const char *format, ...)

@@ -1,8 +1,14 @@
-// Start-up, the main loop and the orderly end of the program.
+// What start-up leaves to every layer: the process name, the orderly end of
+// the program and the interrupt flag. The start-up itself and the main loop
+// are the app's (src/app/main.cpp).
 #pragma once
 
 extern char **arg0pntr;        // the argument vector; the process name is written into its first element
 extern const char version[];   // "Zerka client V4.02"
+
+// Makes the memory of the argument strings free for the process name (the
+// environment behind them is copied elsewhere first); called first in main.
+void init_proc_title(int argc, char **argv);
 
 // Sets the process name to desc, a blank and word, and shows it in process listings.
 void change_proc_name(const char *desc, const char *word);
@@ -12,9 +18,3 @@ void change_proc_name(const char *desc, const char *word);
 
 // SIGINT handler of the interactive program: notes the interrupt for the input loop.
 void interrupt_func(int sig);
-
-// The exit question the input loop asks after an interrupt.
-void interrupt_question();
-
-// Resizes the curses screen to the terminal after SIGWINCH.
-void resize_screen();

@@ -23,24 +23,15 @@ void clear_album_table();
 // Fills the album slot named by msg->album from its album text.
 void read_album_data(const server_msg *msg);
 
-// Loads the whole table at start-up, with its progress display.
-void read_database();
-
 // Reads one album from a server: 1 loaded, 0 no such album, 3 past the end.
 int read_album(int number, int socket);
 
 // Sends an album back to a server; returns 0.
 int write_album(int number, int socket);
 
-// Checks an album number typed by the operator: the number, 0, or -2 after "Invalid album No: %04d".
-int check_a_no(const char *number_text, int reload);
-
-// The rule of check_a_no without its pop-up: the number the text names when
+// The rule of check_a_no (ui/album_number.hpp) without its pop-up: the number the text names when
 // it is an album the operator may use, 0 for "none", or -2. An absent album
 // of 1..9000 is first read with `load` (1 = loaded) when reload is non-zero; a
 // valid number above max_album raises it. `typed` receives the number as typed
 // (held to the range of an int).
 int checked_album_number(const char *number_text, int reload, int (*load)(int number), int &typed);
-
-// Menu handler: runs the play controls with `mode` between two clean screens.
-int refresh_database(const void *arg, int mode, const char *label);

@@ -5,7 +5,6 @@
 #include "core/link.hpp"
 #include "db/album.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "proto/msg_types.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
@@ -29,10 +28,10 @@ constexpr int k_last_member_row = 21;   // the chain screen lists members down t
 std::vector<plist_entry> query_chain(int album_no, int track_no)
 {
     const auto reply = request(master_sock, LINK_QUERY, album_no, track_no, "");
-    if (reply->album == 0)
+    if (reply.album == 0)
         return {};
     // A reply that names no member is taken as "in no chain" too.
-    return parse_chain_reply(reply->text, std::min<std::size_t>(reply->length, k_text_max));
+    return parse_chain_reply(reply.text, std::min<std::size_t>(reply.length, k_text_max));
 }
 
 // Draws the chain screen; the member that is the track asked about is bold.

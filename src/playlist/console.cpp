@@ -6,7 +6,6 @@
 #include "browse/browser.hpp"
 #include "browse/chain.hpp"
 #include "browse/search.hpp"
-#include "core/access.hpp"
 #include "core/config.hpp"
 #include "core/input.hpp"
 #include "core/keys.hpp"
@@ -15,11 +14,12 @@
 #include "playlist/history.hpp"
 #include "playlist/offline.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "ui/load_screen.hpp"
 #include "ui/menu.hpp"
+#include "ui/password.hpp"
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
@@ -41,7 +41,7 @@ constexpr int k_plist_name_len = 28;   // longest playlist name the operator may
 bool is_current(const char *name) { return std::strcmp(name, k_current_plist) == 0; }
 
 // Builds a list from a playlist transfer text in the server's order; returns the count.
-int build_plist(chain_item **head, const server_msg *msg)
+int build_plist(chain_list &head, const server_msg *msg)
 {
     std::vector<chain_entry> entries;
     for (const plist_entry &e : plist_records(msg->text, std::min<std::size_t>(msg->length, k_text_max)))
@@ -60,7 +60,7 @@ bool confirm_control(const char *question)
 bool control_request(std::int64_t type)
 {
     const auto reply = request(master_sock, type, 1, 0, cur_plist);
-    if (reply->album == k_refused) {
+    if (reply.album == k_refused) {
         errno = 0;   // the failure is the server's answer, not a system error
         error_msg("Control message failed", 0);
         return false;
@@ -69,7 +69,7 @@ bool control_request(std::int64_t type)
 }
 
 // Sends a request about the playlist being shown, for one of its elements.
-std::unique_ptr<server_msg> element_request(std::int64_t type, long album_no, long track_no)
+server_msg element_request(std::int64_t type, long album_no, long track_no)
 {
     return request(master_sock, type, album_no, track_no, cur_plist);
 }
@@ -79,9 +79,9 @@ int reread(int key, int mode, const char *pending)
 {
     const auto reply = request(master_sock, PLIST_READ, 1, 0, cur_plist);
     if (mode == k_browse_offline)
-        playlist_chain_local(reply.get());
+        playlist_chain_local(&reply);
     else
-        playlist_chain(reply.get());
+        playlist_chain(&reply);
     if (pending != nullptr)
         popup(pending, 1);
     return key;
@@ -108,14 +108,14 @@ int clear_current()
         request(master_sock, PLIST_KEEP, 1, 0, name);
     request(master_sock, PLIST_CLEAR, 1, 0, k_current_plist);
     const auto reply = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
-    playlist_chain(reply.get());
+    playlist_chain(&reply);
     return 1;
 }
 
 // Key A: appends the whole offline playlist to the current one.
 int append_offline()
 {
-    const int count = chain_length(offl_head);
+    const int count = chain_length(offl_head.head());
     if (count > k_plist_add_max) {
         clear();
         frame(stdscr);
@@ -158,11 +158,11 @@ int shuffle()
     if (prompt(12, 10, "Are you sure you wish to shuffle this playlist?", reply, 1, 0) != 'y')
         return 0;
     const auto answer = request(master_sock, PLIST_SHUFFLE, 1, 0, cur_plist);
-    if (answer->album != k_refused) {
+    if (answer.album != k_refused) {
         if (is_current(cur_plist))
-            playlist_chain(answer.get());
+            playlist_chain(&answer);
         else
-            playlist_chain_local(answer.get());
+            playlist_chain_local(&answer);
     }
     return 1;
 }
@@ -189,9 +189,9 @@ int choose_selection(int wanted, bool &opened)
     if (chosen != k_leave)
         return 0;
     const auto selection = request(master_sock, GET_PLIST, 1, 0, cur_plist);
-    const auto reply = request(master_sock, SET_PLIST, wanted, 1, selection->text);
-    if (reply->album == 0) {
-        popup(reply->track == 1 ? "Playlist change not allowed - Console logged in" : "Problem opening playlist", 2);
+    const auto reply = request(master_sock, SET_PLIST, wanted, 1, selection.text);
+    if (reply.album == 0) {
+        popup(reply.track == 1 ? "Playlist change not allowed - Console logged in" : "Problem opening playlist", 2);
         return k_stay;
     }
     play_mode = wanted;
@@ -199,20 +199,161 @@ int choose_selection(int wanted, bool &opened)
     return 0;
 }
 
+// What a key needs of the console's element, taken before any request: a
+// reply may replace the list the element belongs to.
+struct shown_track {
+    chain_item *element = nullptr;   // null in an empty list
+    long album_no = k_refused;
+    long track_no = 0;
+    char artist[sizeof(track_rec::artist)] = "";
+    char title[sizeof(track_rec::title)] = "";
+};
+
+shown_track take_track(chain_item *e)
+{
+    shown_track t;
+    t.element = e;
+    if (e != nullptr) {
+        t.album_no = e->album_no;
+        t.track_no = e->track_no;
+        if (e->track != nullptr) {
+            copy_bounded(t.artist, e->track->artist);
+            copy_bounded(t.title, e->track->title);
+        }
+    }
+    return t;
+}
+
+// The handlers of console_keys (below): each acts on its key and returns
+// playlist_svce's result.
+
+// u, d, t: the element one up, one down, or next to play; the list is read again.
+template <std::int64_t type>
+int move_track(const shown_track &t, int key, int mode)
+{
+    element_request(type, t.album_no, t.track_no);
+    return reread(key, mode, nullptr);
+}
+
+// x: the element off the playlist, said when the server did it.
+int delete_track(const shown_track &t, int key, int mode)
+{
+    const auto reply = element_request(PLIST_DELETE, t.album_no, t.track_no);
+    char deleted[320];   // room for the longest artist, title and playlist name
+    std::snprintf(deleted, sizeof deleted, "%s - %s:  Deleted From Playlist %s", t.artist, t.title, cur_plist);
+    return reread(key, mode, reply.album != k_refused ? deleted : nullptr);
+}
+
+// s, z: searches until Esc, z keeping duplicates.
+int search_keys(const shown_track &, int key, int)
+{
+    while (search(nullptr, key == 'z' ? 1 : 0) != k_escape) {
+    }
+    return 1;
+}
+
+int album_screen(const shown_track &, int, int)
+{
+    display_album(nullptr, 0, nullptr);
+    return 1;
+}
+
+// a in an offline playlist: the element to the current playlist.
+int add_to_current(const shown_track &t, int, int)
+{
+    if (t.element != nullptr)
+        plist_add_local_svce(static_cast<int>(t.album_no), static_cast<int>(t.track_no), k_current_plist);
+    return 0;
+}
+
+int append_this_playlist(const shown_track &, int, int) { return append_offline(); }
+
+int clear_playlist(const shown_track &, int, int) { return clear_current(); }
+
+// k: the current playlist kept under a name.
+int keep_playlist(const shown_track &, int, int)
+{
+    char name[k_plist_name_len + 1];
+    if (ask_keep_name(name) != k_escape && name[0] != '\0') {
+        request(master_sock, PLIST_KEEP, 1, 0, name);
+        return 1;
+    }
+    return 0;
+}
+
+int history(const shown_track &, int, int) { return recent_plays(); }
+
+// p: the offline playlists, then the current playlist again.
+int offline_playlists(const shown_track &, int, int)
+{
+    display_playlists(nullptr);
+    restore_playlist();
+    return 1;
+}
+
+int shuffle_playlist(const shown_track &, int, int) { return shuffle(); }
+
+int delete_this_playlist(const shown_track &, int, int) { return delete_offline(); }
+
+// Ctrl-K: cancels the retrieval, then reads the list again.
+int cancel_retrieval(const shown_track &, int key, int mode)
+{
+    controls(key);
+    return reread(key, mode, nullptr);
+}
+
+int control(const shown_track &, int key, int) { return controls(key) == 1 ? 1 : 0; }
+
+// The console's keys (mode 4) and an offline playlist's (mode 5). A key
+// without a row goes to the play controls, then to the track list keys
+// (search_svce).
+struct console_key {
+    int key;
+    int modes;
+    bool needs_track;   // in an empty list the key does nothing (0)
+    int (*handler)(const shown_track &t, int key, int mode);
+};
+
+constexpr int k_offline = mode_bit(k_browse_offline);
+
+constexpr console_key console_keys[] = {
+    {.key = 'u', .modes = k_every_mode, .needs_track = true, .handler = move_track<PLIST_UP>},
+    {.key = 'd', .modes = k_every_mode, .needs_track = true, .handler = move_track<PLIST_DOWN>},
+    {.key = 't', .modes = k_every_mode, .needs_track = true, .handler = move_track<PLIST_NEXT>},
+    {.key = 'x', .modes = k_every_mode, .needs_track = true, .handler = delete_track},
+    {.key = 's', .modes = k_every_mode, .needs_track = false, .handler = search_keys},
+    {.key = 'z', .modes = k_every_mode, .needs_track = false, .handler = search_keys},
+    {.key = 'a', .modes = k_offline, .needs_track = false, .handler = add_to_current},
+    {.key = 'a', .modes = ~k_offline, .needs_track = false, .handler = album_screen},
+    {.key = 'A', .modes = k_offline, .needs_track = false, .handler = append_this_playlist},
+    {.key = 'c', .modes = k_every_mode, .needs_track = false, .handler = clear_playlist},
+    {.key = 'k', .modes = k_every_mode, .needs_track = false, .handler = keep_playlist},
+    {.key = 'h', .modes = k_every_mode, .needs_track = false, .handler = history},
+    {.key = 'p', .modes = ~k_offline, .needs_track = false, .handler = offline_playlists},
+    {.key = 'r', .modes = k_every_mode, .needs_track = false, .handler = shuffle_playlist},
+    {.key = k_key_ctrl_d, .modes = k_offline, .needs_track = false, .handler = delete_this_playlist},
+    {.key = k_key_ctrl_k, .modes = k_every_mode, .needs_track = false, .handler = cancel_retrieval},
+    {.key = k_key_ctrl_e, .modes = k_every_mode, .needs_track = false, .handler = control},
+    {.key = k_key_ctrl_f, .modes = k_every_mode, .needs_track = false, .handler = control},
+    {.key = k_key_ctrl_g, .modes = k_every_mode, .needs_track = false, .handler = control},
+    {.key = k_key_ctrl_p, .modes = k_every_mode, .needs_track = false, .handler = control},
+    {.key = k_key_f(5), .modes = k_every_mode, .needs_track = false, .handler = control},
+};
+static_assert(keys_unique_per_mode(console_keys));
+
 }   // namespace
 
 int playlist_chain(const server_msg *msg)
 {
-    retire_chain(plist_head);
-    plist_head = nullptr;
-    return build_plist(&plist_head, msg);
+    // The list shown is the browser's own copy; an operation still walking the old list keeps it.
+    plist_head.reset();
+    return build_plist(plist_head, msg);
 }
 
 int playlist_chain_local(const server_msg *msg)
 {
-    retire_chain(offl_head);
-    offl_head = nullptr;
-    const int count = build_plist(&offl_head, msg);
+    offl_head.reset();
+    const int count = build_plist(offl_head, msg);
     if (gui)
         refresh();   // the command line adds tracks too, without a screen
     return count;
@@ -222,23 +363,20 @@ void restore_playlist()
 {
     copy_bounded(cur_plist, k_current_plist);
     const auto reply = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
-    playlist_chain(reply.get());
+    playlist_chain(&reply);
 }
 
 int set_plist(const void *, int, const char *label)
 {
     const auto reply = request(master_sock, SET_PLIST, 0, 0, label != nullptr ? label : "");
-    if (reply->album == 0)
+    if (reply.album == 0)
         popup("Playlist change not permitted", -2);
     return k_break;
 }
 
 int playlist(const void *, int code, const char *)
 {
-    // No list screen is open when a playing mode is entered: lists replaced earlier can go.
-    release_retired_chains();
-    free_chain(plist_head);
-    plist_head = nullptr;
+    plist_head.reset();
     copy_bounded(cur_plist, k_current_plist);
     const int wanted = std::max(mode_of_code(code), 0);
     play_mode = wanted;
@@ -247,14 +385,14 @@ int playlist(const void *, int code, const char *)
         if (chkpass() != 0)
             return k_stay;
         const auto reply = request(master_sock, CONSOLE, 1, 0, cur_plist);
-        if (reply->album == 0) {
+        if (reply.album == 0) {
             popup("Console already in use", -2);
             play_mode = 0;
         }
     }
     if (play_mode != 0) {
         const auto reply = request(master_sock, GET_MODE, 1, 0, cur_plist);
-        const int server_mode = known_mode(static_cast<long>(reply->album));
+        const int server_mode = known_mode(static_cast<long>(reply.album));
         play_mode = server_mode;
         if (wanted == 5 || wanted == 6) {
             bool opened = false;
@@ -265,7 +403,7 @@ int playlist(const void *, int code, const char *)
             // Once the server has taken the new mode, that is the mode as last learned; a
             // refusal (album 0, or 0xFFFF) leaves the server's own.
             const auto changed = request(master_sock, 0xB0 + wanted, 1, 0, cur_plist);
-            if (changed->album != 0 && changed->album != k_refused)
+            if (changed.album != 0 && changed.album != k_refused)
                 play_mode = wanted;
         }
     }
@@ -273,118 +411,33 @@ int playlist(const void *, int code, const char *)
         request(cd_srv_sock, 0xB0 + wanted, 1, 0, cur_plist);
 
     const auto current = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
-    const int count = playlist_chain(current.get());
+    const int count = playlist_chain(&current);
 
     password = 0;
     if (play_mode == 0) {
         const auto reply = request(master_sock, GET_MODE, 1, 0, cur_plist);
-        play_mode = known_mode(static_cast<long>(reply->album));
+        play_mode = known_mode(static_cast<long>(reply.album));
     }
     const auto selection = request(master_sock, GET_PLIST, 1, 0, cur_plist);
-    copy_bounded(selection_playlist, selection->text);
+    copy_bounded(selection_playlist, selection.text);
 
     char saved_heading[sizeof heading];
     copy_bounded(saved_heading, heading);
     format_console_heading(heading, sizeof heading, play_mode, selection_playlist);
     copy_bounded(footer, k_console_footer);
-    browser(&plist_head, count, 0, playlist_svce, k_browse_console);
+    browser(plist_head, count, 0, playlist_svce, k_browse_console);
     copy_bounded(heading, saved_heading);
-    release_retired_chains();
     return 0;
 }
 
 int playlist_svce(chain_item *current, int key, int mode)
 {
-    // Everything needed from the element is taken now: a reply may replace the list it belongs to.
-    long album_no = k_refused;
-    long track_no = 0;
-    char artist[sizeof(track_rec::artist)] = "";
-    char title[sizeof(track_rec::title)] = "";
-    if (current != nullptr) {
-        album_no = current->album_no;
-        track_no = current->track_no;
-        if (current->track != nullptr) {
-            copy_bounded(artist, current->track->artist);
-            copy_bounded(title, current->track->title);
-        }
-    } else {
-        if (key == 'x' || key == 't' || key == 'u' || key == 'd')
-            return 0;
-        if (key == 'a' && mode == k_browse_console) {
-            display_album(nullptr, 0, nullptr);
-            return 1;
-        }
-    }
-
-    switch (key) {
-    case 'u':
-        element_request(PLIST_UP, album_no, track_no);
-        return reread(key, mode, nullptr);
-    case 'd':
-        element_request(PLIST_DOWN, album_no, track_no);
-        return reread(key, mode, nullptr);
-    case 't':
-        element_request(PLIST_NEXT, album_no, track_no);
-        return reread(key, mode, nullptr);
-    case 'x': {
-        const auto reply = element_request(PLIST_DELETE, album_no, track_no);
-        char deleted[320];   // room for the longest artist, title and playlist name
-        std::snprintf(deleted, sizeof deleted, "%s - %s:  Deleted From Playlist %s", artist, title, cur_plist);
-        return reread(key, mode, reply->album != k_refused ? deleted : nullptr);
-    }
-    case 's':
-    case 'z':
-        while (search(nullptr, key == 'z' ? 1 : 0) != k_escape) {
-        }
-        return 1;
-    case 'a':
-        if (mode == k_browse_offline) {
-            if (current != nullptr)
-                plist_add_local_svce(static_cast<int>(album_no), static_cast<int>(track_no), k_current_plist);
-            return 0;
-        }
-        display_album(nullptr, 0, nullptr);
-        return 1;
-    case 'A':
-        if (mode == k_browse_offline)
-            return append_offline();
-        break;
-    case 'c':
-        return clear_current();
-    case 'k': {
-        char name[k_plist_name_len + 1];
-        if (ask_keep_name(name) != k_escape && name[0] != '\0') {
-            request(master_sock, PLIST_KEEP, 1, 0, name);
-            return 1;
-        }
+    const shown_track t = take_track(current);
+    const console_key *row = key_row(console_keys, key, mode);
+    if (row != nullptr && row->needs_track && current == nullptr)
         return 0;
-    }
-    case 'h':
-        return recent_plays();
-    case 'p':
-        if (mode == k_browse_offline)
-            break;
-        display_playlists(nullptr);
-        restore_playlist();
-        return 1;
-    case 'r':
-        return shuffle();
-    case k_key_ctrl_d:
-        if (mode == k_browse_offline)
-            return delete_offline();
-        return search_svce(current, key, mode);
-    case k_key_ctrl_k:
-        controls(key);
-        return reread(key, mode, nullptr);
-    case k_key_ctrl_e:
-    case k_key_ctrl_f:
-    case k_key_ctrl_g:
-    case k_key_ctrl_p:
-    case KEY_F(5):
-        return controls(key) == 1 ? 1 : 0;
-    default:
-        break;
-    }
+    if (row != nullptr)
+        return row->handler(t, key, mode);
     if (controls(key) == 1)
         return 1;
     return search_svce(current, key, mode);

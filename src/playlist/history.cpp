@@ -10,7 +10,6 @@
 #include "playlist/history_name.hpp"
 #include "playlist/offline.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
 #include "ui/popup.hpp"
@@ -35,18 +34,18 @@ int browse_history(const char *file_text, const char *title, bool console)
     if (console)
         put_text(stdscr, 12, 30, "Please Wait ....");
     refresh();
-    chain_item *head = nullptr;
+    chain_list head;
     int count = 0;
     for (int asked = 0; asked < k_history_max; ++asked) {
         const auto reply = request(master_sock, HISTORY, 1, 0, file_text);
-        const std::size_t len = strnlen(reply->text, std::min<std::size_t>(reply->length, k_text_max));
+        const std::size_t len = strnlen(reply.text, std::min<std::size_t>(reply.length, k_text_max));
         // A reply without an entry ends the walk like the album field 0 does.
-        if (reply->album == 0 || len == 0)
+        if (reply.album == 0 || len == 0)
             break;
         history_entry e;
-        if (!history_record(std::string_view(reply->text, len), e))
+        if (!history_record(std::string_view(reply.text, len), e))
             continue;   // an entry that cannot be read is left out
-        if (link_history(&head, k_order_append, e.album, e.track, e.time_played, e.artist, e.title, e.length) < 0)
+        if (link_history(head, k_order_append, e.album, e.track, e.time_played, e.artist, e.title, e.length) < 0)
             break;
         ++count;
         char shown[16];
@@ -61,14 +60,13 @@ int browse_history(const char *file_text, const char *title, bool console)
         copy_bounded(saved_footer, footer);
         copy_bounded(heading, title);
         footer[0] = '\0';
-        browser(&head, count, count, search_svce, k_browse_history);
+        browser(head, count, count, search_svce, k_browse_history);
         copy_bounded(heading, saved_heading);
         copy_bounded(footer, saved_footer);
     } else if (console) {
         errno = 0;
         popup("No History Available", 1);
     }
-    free_history_chain(head);
     return count;
 }
 
@@ -77,8 +75,8 @@ int compile_history_menu(std::vector<menu_item> &rows, menu_handler handler, con
     char folder[sizeof master_root + 16];
     std::snprintf(folder, sizeof folder, "%s/History", master_root);
     const auto reply = request(master_sock, DIRLIST, 58, 1, folder);
-    const std::size_t len = std::min<std::size_t>(reply->length, k_text_max);
-    return for_each_dir_name(reply->text, len, [&](std::string_view name) {
+    const std::size_t len = std::min<std::size_t>(reply.length, k_text_max);
+    return for_each_dir_name(reply.text, len, [&](std::string_view name) {
         char copy[256];
         copy_bounded(copy, name);
         char label[k_history_label_len];

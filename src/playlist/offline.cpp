@@ -11,7 +11,6 @@
 #include "db/album.hpp"
 #include "playlist/console.hpp"
 #include "playlist/plist_text.hpp"
-#include "playlist/requests.hpp"
 #include "playlist/state.hpp"
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
@@ -89,9 +88,9 @@ bool ask_new_name()
 int compile_playlist_menu(std::vector<menu_item> &rows, menu_handler handler, const void *arg)
 {
     const auto reply = request(cd_srv_sock, DIRLIST, 0, 0, k_plist_folder);
-    const std::size_t len = std::min<std::size_t>(reply->length, k_text_max);
+    const std::size_t len = std::min<std::size_t>(reply.length, k_text_max);
     int added = 0;
-    for_each_dir_name(reply->text, len, [&](std::string_view name) {
+    for_each_dir_name(reply.text, len, [&](std::string_view name) {
         if (name == k_current_plist)
             return;
         rows.push_back({.label = owned_text(name, name.size() + 1), .handler = handler, .argument = arg, .code = 0});
@@ -126,15 +125,14 @@ int playlist_select(const void *, int code, const char *label)
         copy_bounded(cur_plist, label != nullptr ? label : "");
     }
     const auto reply = request(master_sock, PLIST_READ, 1, code, cur_plist);
-    if (reply->album == 0) {
+    if (reply.album == 0) {
         char text[256];
         std::snprintf(text, sizeof text, "Cannot open playlist: %s", cur_plist);
         popup(text, 1);
         back_to_current();
         return k_escape;
     }
-    // The list shown before is put aside, not released: a screen further out may still hold it.
-    const int count = playlist_chain_local(reply.get());
+    const int count = playlist_chain_local(&reply);
     if (code == 3) {
         char name[sizeof cur_plist];
         copy_bounded(name, cur_plist);
@@ -145,7 +143,7 @@ int playlist_select(const void *, int code, const char *label)
         copy_bounded(saved_heading, heading);
         std::snprintf(heading, sizeof heading, "Playlist: %s", cur_plist);
         copy_bounded(footer, "append to current playlist: ^A   delete this playlist: ^^D");
-        browser(&offl_head, count, 0, playlist_svce, k_browse_offline);
+        browser(offl_head, count, 0, playlist_svce, k_browse_offline);
         copy_bounded(heading, saved_heading);
     }
     return k_leave;
@@ -203,7 +201,7 @@ int plist_add_svce(int album_no, int track_no, const char *name, int announce, i
     copy_bounded(plist_name, name != nullptr ? name : "");
     const auto reply = request(socket, PLIST_ADD, album_no, track_no, plist_name);
     if (announce != 0)
-        announce_added(album_no, track_no, plist_name, reply->album == k_refused);
+        announce_added(album_no, track_no, plist_name, reply.album == k_refused);
     const track_rec *t = track_of(album_no, track_no);
     if (master == 0 && t != nullptr && t->online == 0) {
         if (album_no > 8999 || album_no < 1)
@@ -216,7 +214,7 @@ int plist_add_svce(int album_no, int track_no, const char *name, int announce, i
     request(master_sock, PLIST_UPDATE, album_no, track_no, plist_name);
     // The offline list is rebuilt, deliberately, also when the track went to the current playlist.
     const auto list = request(master_sock, PLIST_READ, 1, 0, plist_name);
-    playlist_chain_local(list.get());
+    playlist_chain_local(&list);
     return 0;
 }
 
@@ -225,9 +223,9 @@ void plist_add_local_svce(int album_no, int track_no, const char *name)
     char plist_name[sizeof cur_plist];
     copy_bounded(plist_name, name != nullptr ? name : "");
     const auto reply = request(master_sock, PLIST_ADD_LOCAL, album_no, track_no, plist_name);
-    announce_added(album_no, track_no, plist_name, reply->album == k_refused);
+    announce_added(album_no, track_no, plist_name, reply.album == k_refused);
     request(master_sock, PLIST_UPDATE, album_no, track_no, plist_name);
     const auto current = request(master_sock, PLIST_GET, 1, 0, k_current_plist);
     copy_bounded(cur_plist, k_current_plist);
-    playlist_chain(current.get());
+    playlist_chain(&current);
 }

@@ -3,6 +3,8 @@
 
 #include "ui/menu.hpp"
 
+#include <cstddef>
+#include <string_view>
 #include <vector>
 
 struct chain_item;
@@ -10,6 +12,10 @@ struct chain_item;
 // Appends a row per offline playlist (never "current.lst"), labels heap copies
 // of the names, asking the local server with DIRLIST; returns the rows added.
 int compile_playlist_menu(std::vector<menu_item> &rows, menu_handler handler, const void *arg);
+
+// A heap text of `size` bytes (at least the text and its NUL) holding text, owned by
+// the menu rows until release_menu_labels releases it.
+char *owned_text(std::string_view text, std::size_t size);
 
 // Releases the heap labels (and arguments, when owned) of run-time menu rows.
 void release_menu_labels(std::vector<menu_item> &rows);

@@ -5,5 +5,5 @@ const char playing_mode[k_mode_count][16] = {"Undefined", "Console", "Jukebox", 
 int play_mode;
 char selection_playlist[128];
 char cur_plist[128];
-chain_item *plist_head;
-chain_item *offl_head;
+chain_list plist_head;
+chain_list offl_head;

@@ -15,7 +15,7 @@ inline constexpr std::size_t k_header_len = 23;
 inline constexpr std::uint32_t k_text_max = 0x8000;   // largest text a message may carry
 
 // One message, as held in memory. The same record carries a request and, once
-// send_msg returns, its reply.
+// the link's request() returns it, its reply.
 struct server_msg {
     server_msg *link = nullptr;   // next record in the pending-message queue
     std::int64_t socket = 0;      // descriptor the message goes to or came from

@@ -2,8 +2,6 @@
 // chosen row's handler.
 #include "ui/menu.hpp"
 
-#include "audio/player.hpp"
-#include "audio/stream.hpp"
 #include "core/input.hpp"
 #include "core/keys.hpp"
 #include "core/link.hpp"
@@ -14,12 +12,16 @@
 #include "ui/popup.hpp"
 #include "ui/screen.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <curses.h>
+#include <iterator>
 
 namespace {
 
 enum class menu_state { reading, chosen, leave };
+
+std::span<const menu_key> program_keys;   // the keys the app handles in every menu
 
 // One running menu: its table, title, footer and layout on the current screen.
 struct menu_run {
@@ -71,7 +73,80 @@ void show_server_time()
     popup(text, 3);
 }
 
+// The program's entry for a key, or null.
+const menu_key *program_key(int key)
+{
+    for (const menu_key &k : program_keys)
+        if (k.key == key)
+            return &k;
+    return nullptr;
+}
+
+menu_state choose_row(menu_run &, int &) { return menu_state::chosen; }
+
+// ESC and Ctrl-C leave from the last row (a brk_func there leaves two levels).
+menu_state leave_menu(menu_run &m, int &current)
+{
+    current = m.layout.rows - 1;
+    return menu_state::leave;
+}
+
+menu_state help_key(menu_run &m, int &)
+{
+    help_screen(nullptr, 0, nullptr);
+    lay_out(m);
+    return menu_state::reading;
+}
+
+menu_state time_key(menu_run &, int &)
+{
+    show_server_time();
+    return menu_state::reading;
+}
+
+// The menu's own keys besides the cursor keys. Any other key is the app's
+// (menu_key) or selects the next row whose label begins with it.
+struct own_key {
+    int key;
+    menu_state (*handler)(menu_run &m, int &current);
+};
+
+constexpr own_key own_keys[] = {
+    {.key = k_key_enter, .handler = choose_row},   {.key = k_key_linefeed, .handler = choose_row},
+    {.key = k_key_return, .handler = choose_row},  {.key = k_key_esc, .handler = leave_menu},
+    {.key = k_key_ctrl_c, .handler = leave_menu},  {.key = k_key_f(1), .handler = help_key},
+    {.key = 'w', .handler = time_key},
+};
+
+static_assert(keys_unique(own_keys));
+
+// Acts on one key: moves the highlight (off caption rows), or runs the key's
+// handler; returns what the menu does next.
+menu_state take_key(menu_run &m, int key, int &current)
+{
+    const int rows = m.layout.rows;
+    bool backwards = false;
+    menu_state state = menu_state::reading;
+    const int moved = menu_move(key, current, rows);
+    const auto own = std::ranges::find(own_keys, key, &own_key::key);
+    if (moved >= 0) {
+        current = moved;
+        backwards = key == k_key_up;
+    } else if (own != std::end(own_keys)) {
+        state = own->handler(m, current);
+    } else if (const menu_key *k = program_key(key)) {
+        k->action();
+        lay_out(m);
+    } else {
+        current = menu_quick_select(m.table, rows, current, key);
+    }
+    current = menu_skip_captions(m.table, rows, current, backwards);
+    return state;
+}
+
 }   // namespace
+
+void set_menu_keys(std::span<const menu_key> keys) { program_keys = keys; }
 
 int menu_func(const menu_item *table, int first_row, const char *title, const char *footer_text)
 {
@@ -115,44 +190,7 @@ int menu_func(const menu_item *table, int first_row, const char *title, const ch
             refresh();
             continue;
         }
-        bool backwards = false;
-        const int moved = menu_move(key, current, rows);
-        if (moved >= 0) {
-            current = moved;
-            backwards = key == k_key_up;
-        } else {
-            switch (key) {
-            case k_key_enter:
-            case k_key_linefeed:
-            case k_key_return:
-                state = menu_state::chosen;
-                break;
-            case k_key_esc:
-            case k_key_ctrl_c:
-                current = rows - 1;
-                state = menu_state::leave;
-                break;
-            case k_key_f(1):
-                help_screen(nullptr, 0, nullptr);
-                lay_out(m);
-                break;
-            case k_key_ctrl_a:
-                audio_func(nullptr, -1, nullptr);
-                lay_out(m);
-                break;
-            case k_key_ctrl_l:
-                local_player(0, 0);
-                lay_out(m);
-                break;
-            case 'w':
-                show_server_time();
-                break;
-            default:
-                current = menu_quick_select(table, rows, current, key);
-                break;
-            }
-        }
-        current = menu_skip_captions(table, rows, current, backwards);
+        state = take_key(m, key, current);
         if (state == menu_state::leave && table[current].handler == brk_func)
             return leave(k_leave);
     }

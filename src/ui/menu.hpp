@@ -1,7 +1,9 @@
 // Table-driven menus.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 // A menu handler: (row argument, row code, row label) -> -1 stay, -5 leave with
 // this row, -11 leave this menu and its caller.
@@ -34,3 +36,26 @@ int null_func(const void *arg, int code, const char *label);   // end of table: 
 int dumb_func(const void *arg, int code, const char *label);   // caption row: -1
 int quit_func(const void *arg, int code, const char *label);   // choose and leave: -5
 int brk_func(const void *arg, int code, const char *label);    // leave two levels: -11
+
+// The row that ends every table.
+inline constexpr menu_item end_row = {.label = "", .handler = null_func, .argument = nullptr, .code = 0};
+
+// A table ends with the null_func row and has no other (checked at compile time by each table file).
+template <std::size_t N>
+constexpr bool well_formed(const menu_item (&table)[N])
+{
+    for (std::size_t i = 0; i + 1 < N; ++i)
+        if (table[i].handler == null_func || table[i].label == nullptr)
+            return false;
+    return table[N - 1].handler == null_func;
+}
+
+// A key that every menu hands to the program rather than to its rows (the
+// local audio stream, the local player): the app sets the table at start-up.
+struct menu_key {
+    int key;
+    void (*action)();
+};
+
+// Sets the keys of menu_key (a constexpr table of the caller's; it must outlive every menu).
+void set_menu_keys(std::span<const menu_key> keys);

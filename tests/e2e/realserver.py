@@ -37,8 +37,8 @@ def make_demo_root():
 class ProtoClient:
     """A blocking client of the jukebox protocol: one request at a time, notices kept aside."""
 
-    def __init__(self, port, greet=True, timeout=10):
-        self.sock = socket.create_connection(("127.0.0.1", port), timeout=timeout)
+    def __init__(self, port, greet=True, timeout=10, host="127.0.0.1"):
+        self.sock = socket.create_connection((host, port), timeout=timeout)
         self.sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         self.seq = 0
         self.notices = []   # unsolicited messages received while waiting for replies
@@ -102,7 +102,7 @@ class ProtoClient:
 class RealServer:
     """A zerkaserver process on a temporary root and a free loopback port."""
 
-    def __init__(self, root=None, demo=False, keep_root=False, args=(), wrapper=()):
+    def __init__(self, root=None, demo=False, keep_root=False, args=(), port=None, wrapper=()):
         if root is None:
             root = make_demo_root() if demo else tempfile.mkdtemp(prefix="zks", dir="/tmp")
         self.root = root
@@ -111,8 +111,9 @@ class RealServer:
         self.wrapper = list(wrapper)   # a command the server runs under (prlimit, setpriv)
         self.proc = None
         self.port = None
+        self.host = "127.0.0.1"
         self.log = os.path.join(root, "zerkaserver.log")
-        self.start()
+        self.start(port)
 
     def start(self, port=None):
         """Starts the server (again) on the same root; by default on the port it had, else a free one."""
@@ -123,10 +124,11 @@ class RealServer:
         if not line.startswith("zerkaserver listening on "):
             self.proc.kill()
             raise RuntimeError("zerkaserver did not start: %r" % line)
-        self.port = int(line.strip().rsplit(":", 1)[1])
+        self.host, port = line.strip().rsplit(" ", 1)[1].rsplit(":", 1)
+        self.port = int(port)
 
     def client(self, greet=True):
-        return ProtoClient(self.port, greet=greet)
+        return ProtoClient(self.port, greet=greet, host=self.host)
 
     def alive(self):
         return self.proc is not None and self.proc.poll() is None

@@ -338,14 +338,27 @@ def test_a_adds_to_the_current_playlist_and_b_adds_the_whole_album(fake, term):
 def test_keys_of_screens_this_version_lacks_say_so(fake, term):
     t = open_console(fake, term, small_library())
     search(t, "abba", heading='Artists containing "abba"')
-    for key, what in (("i", "Track details"), ("\r", "Track details"), ("e", "Edit Album"),
-                      ("d", "Check album for duplicates")):
+    for key, what in (("i", "Track details"), ("\r", "Track details"), ("e", "Edit Album")):
         t.send(key)
         text = "%s is not available yet" % what
         t.wait_for(text, row=12, col=centred_col(text))
         t.send(" ")
         t.wait_for('Artists containing "abba"', row=0)
         t.wait_gone(text)
+
+
+def test_d_checks_the_album_for_duplicates_and_comes_back(fake, term):
+    t = open_console(fake, term, small_library())
+    search(t, "abba", heading='Artists containing "abba"')
+    t.send("d")
+    heading = "0002: Various - Mix"
+    t.wait_for(heading, row=0, col=centred_col(heading))
+    t.wait_for("Unique tracks: 4 (Duplicate tracks: 0)  export Tracks", row=23, col=17)
+    t.send(ESC)
+    t.wait_for("Duplicate Tracks: 0", row=23, col=17)
+    t.send(ESC)
+    # The check ends the list's browser with d; the console's search shows its results again.
+    t.wait_for('Artists containing "abba"', row=0)
 
 
 def test_v_asks_for_the_tracks_chain(fake, term):

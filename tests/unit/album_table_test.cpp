@@ -4,18 +4,19 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
-server_msg &message(int album_no, const char *text)
+std::unique_ptr<server_msg> message(int album_no, const char *text)
 {
-    static server_msg m;
-    m.type = ALBUM_WRITTEN;
-    m.album = album_no;
-    set_text(m, text);
-    m.length = static_cast<std::uint32_t>(std::strlen(m.text));
+    auto m = std::make_unique<server_msg>();
+    m->type = ALBUM_WRITTEN;
+    m->album = album_no;
+    set_text(*m, text);
+    m->length = static_cast<std::uint32_t>(std::strlen(m->text));
     return m;
 }
 
@@ -29,11 +30,11 @@ TEST(AlbumTable, ReadAlbumDataFillsTheSlotAndRaisesMaxAlbum)
 {
     clear_album_table();
     max_album = 5;
-    read_album_data(&message(7, "A\nT\n01:00 - 0 1 0 0\nA\nS\n01:00 S 0 1 0 0\n"));
+    read_album_data(message(7, "A\nT\n01:00 - 0 1 0 0\nA\nS\n01:00 S 0 1 0 0\n").get());
     EXPECT_EQ(album[7].present, 1);
     EXPECT_EQ(album[7].tracks, 1);
     EXPECT_EQ(max_album, 7);
-    read_album_data(&message(9003, "R\nT\n01:00 - 0 1 0 0\n"));
+    read_album_data(message(9003, "R\nT\n01:00 - 0 1 0 0\n").get());
     EXPECT_EQ(album[9003].present, 1);
     EXPECT_EQ(max_album, 7);   // reserved numbers never raise it
 }
@@ -41,16 +42,16 @@ TEST(AlbumTable, ReadAlbumDataFillsTheSlotAndRaisesMaxAlbum)
 TEST(AlbumTable, NumbersOutsideTheTableAreIgnored)
 {
     clear_album_table();
-    read_album_data(&message(9021, "A\nT\n01:00 - 0 1 0 0\n"));
-    read_album_data(&message(0xFFFF, "A\nT\n01:00 - 0 1 0 0\n"));
+    read_album_data(message(9021, "A\nT\n01:00 - 0 1 0 0\n").get());
+    read_album_data(message(0xFFFF, "A\nT\n01:00 - 0 1 0 0\n").get());
     for (const album_rec &a : album)
         ASSERT_EQ(a.present, 0);
 }
 
 TEST(AlbumTable, ClearingEmptiesEverySlot)
 {
-    read_album_data(&message(1, "A\nT\n01:00 - 0 1 0 0\n"));
-    read_album_data(&message(9020, "A\nT\n01:00 - 0 1 0 0\n"));
+    read_album_data(message(1, "A\nT\n01:00 - 0 1 0 0\n").get());
+    read_album_data(message(9020, "A\nT\n01:00 - 0 1 0 0\n").get());
     album[4500].entry[99].plays = 5;
     clear_album_table();
     EXPECT_EQ(album[1].present, 0);

@@ -187,11 +187,11 @@ TEST_F(BrowseTotals, AlbumsAddTheirTracksAndEveryElementItsLength)
               {{.artist = "A", .title = "a", .time = "03:00", .online = 0},
                {.artist = "A", .title = "b", .time = "04:30"},
                {.artist = "A", .title = "c", .time = "05:00"}});
-    chain_item *head = nullptr;
-    link_track(&head, k_order_append, 1, 0, 0, 1);
-    link_track(&head, k_order_append, 1, 1, 0, 1);
-    link_track(&head, k_order_append, 1, 2, 0, 1);
-    const list_totals t = sum_list(head, false);
+    chain_list head;
+    link_track(head, k_order_append, 1, 0, 0, 1);
+    link_track(head, k_order_append, 1, 1, 0, 1);
+    link_track(head, k_order_append, 1, 2, 0, 1);
+    const list_totals t = sum_list(head.head(), false);
     EXPECT_EQ(t.tracks, 5);
     EXPECT_EQ(t.seconds, 40 * 60 + 180 + 270);
     EXPECT_EQ(t.offline, 1);
@@ -200,7 +200,7 @@ TEST_F(BrowseTotals, AlbumsAddTheirTracksAndEveryElementItsLength)
     EXPECT_STREQ(text.average, "Average track Length: 09:30");
     EXPECT_STREQ(text.offline, "Off-line Tracks: 1");
     EXPECT_STREQ(format_totals(t, true).offline, "");
-    free_chain(head);
+    head.reset();
 }
 
 TEST_F(BrowseTotals, DaysHoursAndAnEmptyList)
@@ -219,10 +219,10 @@ TEST_F(BrowseTotals, DaysHoursAndAnEmptyList)
 TEST_F(BrowseTotals, HistoryListsReadTheOnLineFlagFromTheTable)
 {
     put_album(2, {"B", "Two"}, {{.artist = "B", .title = "x", .time = "01:00", .online = 0}});
-    chain_item *head = nullptr;
-    link_history(&head, k_order_append, 2, 1, 5, "B", "x", "01:00");
-    EXPECT_EQ(sum_list(head, true).offline, 1);
-    free_history_chain(head);
+    chain_list head;
+    link_history(head, k_order_append, 2, 1, 5, "B", "x", "01:00");
+    EXPECT_EQ(sum_list(head.head(), true).offline, 1);
+    head.reset();
 }
 
 }   // namespace

@@ -33,43 +33,43 @@ TEST_F(ChainFold, TheOnLineCopyWinsWithoutKeepDuplicates)
     put_album(1, {"A", "One"}, {{.artist = "The Band", .title = "Song", .time = "03:00", .online = 0}});
     put_album(2, {"B", "Two"}, {{.artist = "band", .title = "SONG", .time = "03:29", .online = 1, .cd_ident = 0x77}});
     put_album(3, {"C", "Three"}, {{.artist = "Band", .title = "song", .time = "03:10", .online = 1}});
-    chain_item *head = nullptr;
-    ASSERT_EQ(link_track(&head, k_order_artist, 1, 1, 0, 0), 1);
+    chain_list head;
+    ASSERT_EQ(link_track(head, k_order_artist, 1, 1, 0, 0), 1);
     // The on-line copy replaces the off-line element in place; the key is kept when none is given.
-    EXPECT_EQ(link_track(&head, k_order_artist, 2, 1, 0, 0), 0);
-    ASSERT_NE(head, nullptr);
-    EXPECT_EQ(head->next, nullptr);
-    EXPECT_EQ(head->album_no, 2);
-    EXPECT_EQ(head->track_no, 1);
-    EXPECT_EQ(head->track, &album[2].entry[1]);
-    EXPECT_EQ(head->key, 0);
+    EXPECT_EQ(link_track(head, k_order_artist, 2, 1, 0, 0), 0);
+    ASSERT_NE(head.head(), nullptr);
+    EXPECT_EQ(head.head()->next, nullptr);
+    EXPECT_EQ(head.head()->album_no, 2);
+    EXPECT_EQ(head.head()->track_no, 1);
+    EXPECT_EQ(head.head()->track, &album[2].entry[1]);
+    EXPECT_EQ(head.head()->key, 0);
     // An on-line element is never replaced.
-    EXPECT_EQ(link_track(&head, k_order_artist, 3, 1, 0, 0), 0);
-    EXPECT_EQ(head->album_no, 2);
+    EXPECT_EQ(link_track(head, k_order_artist, 3, 1, 0, 0), 0);
+    EXPECT_EQ(head.head()->album_no, 2);
     EXPECT_EQ(album[1].entry[1].mark, 0);
-    free_chain(head);
+    head.reset();
 }
 
 TEST_F(ChainFold, AGivenKeyTravelsWithTheReplacement)
 {
     put_album(1, {"A", "One"}, {{.artist = "X", .title = "Y", .online = 0, .cd_ident = 5}});
     put_album(2, {"B", "Two"}, {{.artist = "X", .title = "Y", .online = 1, .cd_ident = 9}});
-    chain_item *head = nullptr;
-    ASSERT_EQ(link_track(&head, k_order_title, 1, 1, 0, 0), 1);
-    EXPECT_EQ(head->key, 5);
-    EXPECT_EQ(link_track(&head, k_order_title, 2, 1, 42, 0), 0);
-    EXPECT_EQ(head->key, 42);
-    free_chain(head);
+    chain_list head;
+    ASSERT_EQ(link_track(head, k_order_title, 1, 1, 0, 0), 1);
+    EXPECT_EQ(head.head()->key, 5);
+    EXPECT_EQ(link_track(head, k_order_title, 2, 1, 42, 0), 0);
+    EXPECT_EQ(head.head()->key, 42);
+    head.reset();
 }
 
 TEST_F(ChainFold, AnOffLineNewcomerIsDropped)
 {
     put_album(1, {"A", "One"}, {{.artist = "X", .title = "Y", .online = 0}, {.artist = "X", .title = "Y", .online = 0}});
-    chain_item *head = nullptr;
-    ASSERT_EQ(link_track(&head, k_order_artist, 1, 1, 0, 0), 1);
-    EXPECT_EQ(link_track(&head, k_order_artist, 1, 2, 0, 0), 0);
-    EXPECT_EQ(numbers_of(head), (pairs{{1, 1}}));
-    free_chain(head);
+    chain_list head;
+    ASSERT_EQ(link_track(head, k_order_artist, 1, 1, 0, 0), 1);
+    EXPECT_EQ(link_track(head, k_order_artist, 1, 2, 0, 0), 0);
+    EXPECT_EQ(numbers_of(head.head()), (pairs{{1, 1}}));
+    head.reset();
 }
 
 TEST_F(ChainFold, TwentyNineSecondsApartAreLikeThirtyAreNot)
@@ -78,18 +78,18 @@ TEST_F(ChainFold, TwentyNineSecondsApartAreLikeThirtyAreNot)
               {{.artist = "X", .title = "Y", .time = "03:00"},
                {.artist = "X", .title = "Y", .time = "03:29"},
                {.artist = "X", .title = "Y", .time = "02:30"}});
-    chain_item *head = nullptr;
-    ASSERT_EQ(link_track(&head, k_order_artist, 1, 1, 0, 0), 1);
-    EXPECT_EQ(link_track(&head, k_order_artist, 1, 2, 0, 0), 0);   // 29 s: like
-    EXPECT_EQ(link_track(&head, k_order_artist, 1, 3, 0, 0), 1);   // 30 s: another recording
-    EXPECT_EQ(numbers_of(head), (pairs{{1, 1}, {1, 3}}));
-    free_chain(head);
+    chain_list head;
+    ASSERT_EQ(link_track(head, k_order_artist, 1, 1, 0, 0), 1);
+    EXPECT_EQ(link_track(head, k_order_artist, 1, 2, 0, 0), 0);   // 29 s: like
+    EXPECT_EQ(link_track(head, k_order_artist, 1, 3, 0, 0), 1);   // 30 s: another recording
+    EXPECT_EQ(numbers_of(head.head()), (pairs{{1, 1}, {1, 3}}));
+    head.reset();
 
     const std::vector<chain_entry> entries = {{1, 1, 0}, {1, 2, 0}, {1, 3, 0}};
-    chain_item *fast = nullptr;
-    EXPECT_EQ(build_chain(&fast, k_order_artist, entries, 0), 2);
-    EXPECT_EQ(numbers_of(fast), (pairs{{1, 1}, {1, 3}}));
-    free_chain(fast);
+    chain_list fast;
+    EXPECT_EQ(build_chain(fast, k_order_artist, entries, 0), 2);
+    EXPECT_EQ(numbers_of(fast.head()), (pairs{{1, 1}, {1, 3}}));
+    fast.reset();
 }
 
 TEST_F(ChainFold, KeepDuplicatesMarksBothRecordsAndKeepsThem)
@@ -99,15 +99,15 @@ TEST_F(ChainFold, KeepDuplicatesMarksBothRecordsAndKeepsThem)
                {.artist = "x", .title = "y", .time = "03:29"},
                {.artist = "X", .title = "Y", .time = "03:59"},
                {.artist = "X", .title = "Z", .time = "03:00"}});
-    chain_item *head = nullptr;
+    chain_list head;
     for (int t : {1, 2, 3, 4})
-        ASSERT_EQ(link_track(&head, k_order_artist, 1, t, 0, 1), 1);
-    EXPECT_EQ(numbers_of(head), (pairs{{1, 1}, {1, 2}, {1, 3}, {1, 4}}));
+        ASSERT_EQ(link_track(head, k_order_artist, 1, t, 0, 1), 1);
+    EXPECT_EQ(numbers_of(head.head()), (pairs{{1, 1}, {1, 2}, {1, 3}, {1, 4}}));
     EXPECT_EQ(album[1].entry[1].mark, 1);
     EXPECT_EQ(album[1].entry[2].mark, 1);
     EXPECT_EQ(album[1].entry[3].mark, 0);   // 30 s from track 2, 59 s from track 1
     EXPECT_EQ(album[1].entry[4].mark, 0);
-    free_chain(head);
+    head.reset();
 }
 
 TEST_F(ChainFold, MarksNeedALikeTrackWithinTwentyNineSeconds)
@@ -116,18 +116,17 @@ TEST_F(ChainFold, MarksNeedALikeTrackWithinTwentyNineSeconds)
               {{.artist = "X", .title = "Y", .time = "03:00"},
                {.artist = "X", .title = "Y", .time = "03:30"},
                {.artist = "X", .title = "Y", .time = "04:00"}});
-    chain_item *head = nullptr;
+    chain_list head;
     for (int t : {1, 2, 3})
-        ASSERT_EQ(link_track(&head, k_order_title, 1, t, 0, 1), 1);
+        ASSERT_EQ(link_track(head, k_order_title, 1, t, 0, 1), 1);
     EXPECT_EQ(album[1].entry[1].mark, 0);
     EXPECT_EQ(album[1].entry[2].mark, 0);
     EXPECT_EQ(album[1].entry[3].mark, 0);
-    free_chain(head);
-    head = nullptr;
+    head.reset();
     const std::vector<chain_entry> entries = {{1, 1, 0}, {1, 2, 0}, {1, 3, 0}};
-    ASSERT_EQ(build_chain(&head, k_order_title, entries, 1), 3);
+    ASSERT_EQ(build_chain(head, k_order_title, entries, 1), 3);
     EXPECT_EQ(album[1].entry[1].mark + album[1].entry[2].mark + album[1].entry[3].mark, 0);
-    free_chain(head);
+    head.reset();
 }
 
 TEST_F(ChainFold, OtherOrdersNeitherFoldNorMark)
@@ -135,14 +134,13 @@ TEST_F(ChainFold, OtherOrdersNeitherFoldNorMark)
     put_album(1, {"A", "One"}, {{.artist = "X", .title = "Y"}, {.artist = "X", .title = "Y"}});
     for (int order : {k_order_numeric, k_order_length, k_order_cdid, k_order_plays, k_order_original,
                       k_order_append, k_order_history_time, k_order_reverse}) {
-        chain_item *head = nullptr;
-        EXPECT_EQ(link_track(&head, order, 1, 1, 0, 0), 1);
-        EXPECT_EQ(link_track(&head, order, 1, 2, 0, 0), 1);
-        free_chain(head);
-        head = nullptr;
+        chain_list head;
+        EXPECT_EQ(link_track(head, order, 1, 1, 0, 0), 1);
+        EXPECT_EQ(link_track(head, order, 1, 2, 0, 0), 1);
+        head.reset();
         const std::vector<chain_entry> entries = {{1, 1, 0}, {1, 2, 0}};
-        EXPECT_EQ(build_chain(&head, order, entries, 1), 2);
-        free_chain(head);
+        EXPECT_EQ(build_chain(head, order, entries, 1), 2);
+        head.reset();
     }
     EXPECT_EQ(album[1].entry[1].mark, 0);
     EXPECT_EQ(album[1].entry[2].mark, 0);
@@ -329,19 +327,19 @@ TEST_F(ChainFold, BuildingInOneGoMatchesThePlainWalkOnRandomLibraries)
                 const auto ref_marks = marked(albums);
 
                 clear_marks(albums);
-                chain_item *walked = nullptr;
+                chain_list walked;
                 int walked_count = 0;
                 for (const chain_entry &e : entries)
-                    walked_count += link_track(&walked, order, e.album_no, e.track_no, e.key, keep);
+                    walked_count += link_track(walked, order, e.album_no, e.track_no, e.key, keep);
                 const auto walked_marks = marked(albums);
 
                 clear_marks(albums);
-                chain_item *fast = nullptr;
-                const int fast_count = build_chain(&fast, order, entries, keep);
+                chain_list fast;
+                const int fast_count = build_chain(fast, order, entries, keep);
                 const auto fast_marks = marked(albums);
 
-                ASSERT_EQ(views_of(ref), list_of(fast)) << "round " << round << " order " << order << " keep " << keep;
-                ASSERT_EQ(views_of(ref), list_of(walked)) << "round " << round << " order " << order;
+                ASSERT_EQ(views_of(ref), list_of(fast.head())) << "round " << round << " order " << order << " keep " << keep;
+                ASSERT_EQ(views_of(ref), list_of(walked.head())) << "round " << round << " order " << order;
                 ASSERT_EQ(ref_count, fast_count);
                 ASSERT_EQ(ref_count, walked_count);
                 ASSERT_EQ(ref_marks, fast_marks) << "round " << round << " order " << order;
@@ -349,8 +347,8 @@ TEST_F(ChainFold, BuildingInOneGoMatchesThePlainWalkOnRandomLibraries)
                 folded_somewhere += ref_count < n ? 1 : 0;
                 marked_somewhere += ref_marks.empty() ? 0 : 1;
                 ++compared;
-                free_chain(walked);
-                free_chain(fast);
+                walked.reset();
+                fast.reset();
             }
         }
     }
@@ -388,11 +386,11 @@ TEST_F(ChainFold, ManyRecordingsOfOneSongFoldAsTheWalkDoes)
                     ref_link(ref, order, e.album_no, e.track_no, e.key, keep);
                 const auto ref_marks = marked(1);
                 clear_marks(1);
-                chain_item *fast = nullptr;
-                build_chain(&fast, order, entries, keep);
-                ASSERT_EQ(views_of(ref), list_of(fast)) << "round " << round << " keep " << keep;
+                chain_list fast;
+                build_chain(fast, order, entries, keep);
+                ASSERT_EQ(views_of(ref), list_of(fast.head())) << "round " << round << " keep " << keep;
                 ASSERT_EQ(ref_marks, marked(1));
-                free_chain(fast);
+                fast.reset();
             }
         }
     }
@@ -412,20 +410,20 @@ TEST_F(ChainFold, HistoryListsBuiltInOneGoMatchTheWalk)
                                static_cast<std::int64_t>(rng() % 6), artists[rng() % 5], titles[rng() % 4],
                                times[rng() % 4]});
         for (int order : {1, 2, 3, 4, 5, 6, 7, 9, 10, 16}) {
-            chain_item *walked = nullptr;
+            chain_list walked;
             for (const history_item &h : entries)
-                ASSERT_EQ(link_history(&walked, order, h.album_no, h.track_no, h.key, h.artist, h.title, h.length), 1);
-            chain_item *fast = nullptr;
-            ASSERT_EQ(build_history_chain(&fast, order, entries), n);
+                ASSERT_EQ(link_history(walked, order, h.album_no, h.track_no, h.key, h.artist, h.title, h.length), 1);
+            chain_list fast;
+            ASSERT_EQ(build_history_chain(fast, order, entries), n);
             std::vector<std::tuple<int, int, std::int64_t, std::string, std::string, std::string>> a;
             std::vector<std::tuple<int, int, std::int64_t, std::string, std::string, std::string>> b;
-            for (const chain_item *e = walked; e != nullptr; e = e->next)
+            for (const chain_item *e = walked.head(); e != nullptr; e = e->next)
                 a.emplace_back(e->album_no, e->track_no, e->key, e->track->artist, e->track->title, e->track->time);
-            for (const chain_item *e = fast; e != nullptr; e = e->next)
+            for (const chain_item *e = fast.head(); e != nullptr; e = e->next)
                 b.emplace_back(e->album_no, e->track_no, e->key, e->track->artist, e->track->title, e->track->time);
             ASSERT_EQ(a, b) << "order " << order;
-            free_history_chain(walked);
-            free_history_chain(fast);
+            walked.reset();
+            fast.reset();
         }
     }
 }

@@ -16,11 +16,11 @@ using pairs = std::vector<std::pair<int, int>>;
 // Links album 1's tracks in the given arrival order one by one.
 pairs linked(int order, const std::vector<int> &tracks, int keep = 1)
 {
-    chain_item *head = nullptr;
+    chain_list head;
     for (int t : tracks)
-        EXPECT_EQ(link_track(&head, order, 1, t, 0, keep), 1);
-    pairs p = numbers_of(head);
-    free_chain(head);
+        EXPECT_EQ(link_track(head, order, 1, t, 0, keep), 1);
+    pairs p = numbers_of(head.head());
+    head.reset();
     return p;
 }
 
@@ -30,10 +30,10 @@ pairs built(int order, const std::vector<int> &tracks, int keep = 1)
     std::vector<chain_entry> entries;
     for (int t : tracks)
         entries.push_back({.album_no = 1, .track_no = t, .key = 0});
-    chain_item *head = nullptr;
-    EXPECT_EQ(build_chain(&head, order, entries, keep), static_cast<int>(tracks.size()));
-    pairs p = numbers_of(head);
-    free_chain(head);
+    chain_list head;
+    EXPECT_EQ(build_chain(head, order, entries, keep), static_cast<int>(tracks.size()));
+    pairs p = numbers_of(head.head());
+    head.reset();
     return p;
 }
 
@@ -56,19 +56,19 @@ TEST_F(ChainOrder, NumericalOrderByAlbumThenTrackTiesInArrivalOrder)
     put_album(2, {"A", "Two"}, {{"A", "x"}, {"A", "y"}});
     put_album(1, {"A", "One"}, {{"A", "x"}, {"A", "y"}, {"A", "z"}});
     const std::vector<chain_entry> entries = {{2, 2, 0}, {1, 3, 0}, {2, 1, 0}, {1, 1, 0}, {1, 3, 7}, {1, 2, 0}};
-    chain_item *head = nullptr;
+    chain_list head;
     for (const chain_entry &e : entries)
-        ASSERT_EQ(link_track(&head, k_order_numeric, e.album_no, e.track_no, e.key, 1), 1);
-    EXPECT_EQ(numbers_of(head), (pairs{{1, 1}, {1, 2}, {1, 3}, {1, 3}, {2, 1}, {2, 2}}));
+        ASSERT_EQ(link_track(head, k_order_numeric, e.album_no, e.track_no, e.key, 1), 1);
+    EXPECT_EQ(numbers_of(head.head()), (pairs{{1, 1}, {1, 2}, {1, 3}, {1, 3}, {2, 1}, {2, 2}}));
     // The two copies of 1/3 keep their arrival order: the one without a key first.
-    const chain_item *third = head->next->next;
+    const chain_item *third = head.head()->next->next;
     EXPECT_EQ(third->key, 0);
     EXPECT_EQ(third->next->key, 7);
-    chain_item *fast = nullptr;
-    ASSERT_EQ(build_chain(&fast, k_order_numeric, entries, 1), 6);
-    EXPECT_EQ(list_of(fast), list_of(head));
-    free_chain(head);
-    free_chain(fast);
+    chain_list fast;
+    ASSERT_EQ(build_chain(fast, k_order_numeric, entries, 1), 6);
+    EXPECT_EQ(list_of(fast.head()), list_of(head.head()));
+    head.reset();
+    fast.reset();
 }
 
 TEST_F(ChainOrder, ArtistOrderDropsTheInAnyCaseAndThenSortsByTitle)
@@ -147,117 +147,117 @@ TEST_F(ChainOrder, KeyOrderAndDefaultKey)
               {{.artist = "A", .title = "a", .cd_ident = 50},
                {.artist = "A", .title = "b", .cd_ident = 10},
                {.artist = "A", .title = "c", .cd_ident = 30}});
-    chain_item *head = nullptr;
-    ASSERT_EQ(link_track(&head, k_order_history_time, 1, 1, 0, 1), 1);    // key 50 from the record
-    ASSERT_EQ(link_track(&head, k_order_history_time, 1, 2, -4, 1), 1);   // a given key wins
-    ASSERT_EQ(link_track(&head, k_order_history_time, 1, 3, 0, 1), 1);    // 30
-    EXPECT_EQ(numbers_of(head), tracks_of({2, 3, 1}));
-    EXPECT_EQ(head->key, -4);
-    EXPECT_EQ(head->next->key, 30);
-    EXPECT_EQ(head->next->next->key, 50);
-    EXPECT_EQ(head->track, &album[1].entry[2]);
-    free_chain(head);
+    chain_list head;
+    ASSERT_EQ(link_track(head, k_order_history_time, 1, 1, 0, 1), 1);    // key 50 from the record
+    ASSERT_EQ(link_track(head, k_order_history_time, 1, 2, -4, 1), 1);   // a given key wins
+    ASSERT_EQ(link_track(head, k_order_history_time, 1, 3, 0, 1), 1);    // 30
+    EXPECT_EQ(numbers_of(head.head()), tracks_of({2, 3, 1}));
+    EXPECT_EQ(head.head()->key, -4);
+    EXPECT_EQ(head.head()->next->key, 30);
+    EXPECT_EQ(head.head()->next->next->key, 50);
+    EXPECT_EQ(head.head()->track, &album[1].entry[2]);
+    head.reset();
 }
 
 TEST_F(ChainOrder, AnAlbumElementUsesTheAlbumHeader)
 {
     put_album(3, {"Zappa", "Hot Rats", "43:10"}, {{"Zappa", "Peaches", "03:00"}});
     put_album(4, {"Abba", "Gold", "70:00"}, {{"Abba", "SOS", "03:00"}});
-    chain_item *head = nullptr;
-    ASSERT_EQ(link_track(&head, k_order_artist, 3, 0, 0, 0), 1);
-    ASSERT_EQ(link_track(&head, k_order_artist, 4, 0, 0, 0), 1);
-    EXPECT_EQ(numbers_of(head), (pairs{{4, 0}, {3, 0}}));
-    EXPECT_STREQ(head->track->time, "70:00");
-    free_chain(head);
+    chain_list head;
+    ASSERT_EQ(link_track(head, k_order_artist, 3, 0, 0, 0), 1);
+    ASSERT_EQ(link_track(head, k_order_artist, 4, 0, 0, 0), 1);
+    EXPECT_EQ(numbers_of(head.head()), (pairs{{4, 0}, {3, 0}}));
+    EXPECT_STREQ(head.head()->track->time, "70:00");
+    head.reset();
 }
 
 TEST_F(ChainOrder, NumbersOutsideTheTableAreIgnored)
 {
-    chain_item *head = nullptr;
-    EXPECT_EQ(link_track(&head, k_order_append, 9021, 1, 0, 1), 0);
-    EXPECT_EQ(link_track(&head, k_order_append, -1, 1, 0, 1), 0);
-    EXPECT_EQ(link_track(&head, k_order_append, 1, 100, 0, 1), 0);
-    EXPECT_EQ(head, nullptr);
+    chain_list head;
+    EXPECT_EQ(link_track(head, k_order_append, 9021, 1, 0, 1), 0);
+    EXPECT_EQ(link_track(head, k_order_append, -1, 1, 0, 1), 0);
+    EXPECT_EQ(link_track(head, k_order_append, 1, 100, 0, 1), 0);
+    EXPECT_EQ(head.head(), nullptr);
     const std::vector<chain_entry> entries = {{9021, 1, 0}, {1, -1, 0}};
-    EXPECT_EQ(build_chain(&head, k_order_artist, entries, 0), 0);
-    EXPECT_EQ(head, nullptr);
+    EXPECT_EQ(build_chain(head, k_order_artist, entries, 0), 0);
+    EXPECT_EQ(head.head(), nullptr);
 }
 
 TEST_F(ChainOrder, HistoryOrdersCopyTheTextsAndAppendForCdIdAndPlays)
 {
     put_album(1, {"V", "Mix"}, {{"Zed", "x"}});
-    chain_item *head = nullptr;
-    ASSERT_EQ(link_history(&head, k_order_artist, 1, 1, 300, "Zed", "b", "03:00"), 1);
-    ASSERT_EQ(link_history(&head, k_order_artist, 2, 5, 100, "the abc", "a", "04:00"), 1);
-    ASSERT_EQ(link_history(&head, k_order_artist, 3, 2, 200, "Abc", "A", "02:00"), 1);
-    EXPECT_EQ(numbers_of(head), (pairs{{2, 5}, {3, 2}, {1, 1}}));
-    EXPECT_STREQ(head->track->artist, "the abc");
-    EXPECT_STREQ(head->track->title, "a");
-    EXPECT_STREQ(head->track->time, "04:00");
-    EXPECT_NE(head->next->next->track, &album[1].entry[1]);   // a private copy, not the record
+    chain_list head;
+    ASSERT_EQ(link_history(head, k_order_artist, 1, 1, 300, "Zed", "b", "03:00"), 1);
+    ASSERT_EQ(link_history(head, k_order_artist, 2, 5, 100, "the abc", "a", "04:00"), 1);
+    ASSERT_EQ(link_history(head, k_order_artist, 3, 2, 200, "Abc", "A", "02:00"), 1);
+    EXPECT_EQ(numbers_of(head.head()), (pairs{{2, 5}, {3, 2}, {1, 1}}));
+    EXPECT_STREQ(head.head()->track->artist, "the abc");
+    EXPECT_STREQ(head.head()->track->title, "a");
+    EXPECT_STREQ(head.head()->track->time, "04:00");
+    EXPECT_NE(head.head()->next->next->track, &album[1].entry[1]);   // a private copy, not the record
 
-    chain_item *by_time = nullptr;
-    chain_item *by_plays = nullptr;
-    for (const chain_item *e = head; e != nullptr; e = e->next) {
-        link_history(&by_time, k_order_history_time, e->album_no, e->track_no, e->key, e->track->artist,
+    chain_list by_time;
+    chain_list by_plays;
+    for (const chain_item *e = head.head(); e != nullptr; e = e->next) {
+        link_history(by_time, k_order_history_time, e->album_no, e->track_no, e->key, e->track->artist,
                      e->track->title, e->track->time);
-        link_history(&by_plays, k_order_plays, e->album_no, e->track_no, e->key, e->track->artist, e->track->title,
+        link_history(by_plays, k_order_plays, e->album_no, e->track_no, e->key, e->track->artist, e->track->title,
                      e->track->time);
     }
-    EXPECT_EQ(numbers_of(by_time), (pairs{{2, 5}, {3, 2}, {1, 1}}));
-    EXPECT_EQ(by_time->key, 100);
-    EXPECT_EQ(numbers_of(by_plays), numbers_of(head));
+    EXPECT_EQ(numbers_of(by_time.head()), (pairs{{2, 5}, {3, 2}, {1, 1}}));
+    EXPECT_EQ(by_time.head()->key, 100);
+    EXPECT_EQ(numbers_of(by_plays.head()), numbers_of(head.head()));
 
     std::vector<history_item> entries;
-    for (const chain_item *e = head; e != nullptr; e = e->next)
+    for (const chain_item *e = head.head(); e != nullptr; e = e->next)
         entries.push_back({e->album_no, e->track_no, e->key, e->track->artist, e->track->title, e->track->time});
     for (int order : {k_order_numeric, k_order_artist, k_order_title, k_order_length, k_order_cdid, k_order_plays,
                       k_order_original, k_order_append, k_order_history_time, k_order_reverse}) {
-        chain_item *walk = nullptr;
+        chain_list walk;
         for (const history_item &h : entries)
-            link_history(&walk, order, h.album_no, h.track_no, h.key, h.artist, h.title, h.length);
-        chain_item *fast = nullptr;
-        ASSERT_EQ(build_history_chain(&fast, order, entries), 3);
-        EXPECT_EQ(numbers_of(fast), numbers_of(walk)) << "order " << order;
-        free_history_chain(walk);
-        free_history_chain(fast);
+            link_history(walk, order, h.album_no, h.track_no, h.key, h.artist, h.title, h.length);
+        chain_list fast;
+        ASSERT_EQ(build_history_chain(fast, order, entries), 3);
+        EXPECT_EQ(numbers_of(fast.head()), numbers_of(walk.head())) << "order " << order;
+        walk.reset();
+        fast.reset();
     }
-    free_history_chain(head);
-    free_history_chain(by_time);
-    free_history_chain(by_plays);
+    head.reset();
+    by_time.reset();
+    by_plays.reset();
 }
 
 TEST_F(ChainOrder, RebuildingWithReverseTwiceRestoresTheList)
 {
     put_album(1, {"V", "Mix"}, {{"C", "c"}, {"A", "a"}, {"B", "b"}, {"A", "a"}});
-    chain_item *head = nullptr;
+    chain_list head;
     for (int t : {3, 1, 4, 2})
-        link_track(&head, k_order_artist, 1, t, 0, 1);
+        link_track(head, k_order_artist, 1, t, 0, 1);
     std::vector<chain_entry> again;
-    for (const chain_item *e = head; e != nullptr; e = e->next)
+    for (const chain_item *e = head.head(); e != nullptr; e = e->next)
         again.push_back({e->album_no, e->track_no, e->key});
-    chain_item *reversed = nullptr;
-    build_chain(&reversed, k_order_reverse, again, 1);
+    chain_list reversed;
+    build_chain(reversed, k_order_reverse, again, 1);
     std::vector<chain_entry> back;
-    for (const chain_item *e = reversed; e != nullptr; e = e->next)
+    for (const chain_item *e = reversed.head(); e != nullptr; e = e->next)
         back.push_back({e->album_no, e->track_no, e->key});
-    chain_item *restored = nullptr;
-    build_chain(&restored, k_order_reverse, back, 1);
-    EXPECT_EQ(list_of(restored), list_of(head));
-    free_chain(head);
-    free_chain(reversed);
-    free_chain(restored);
+    chain_list restored;
+    build_chain(restored, k_order_reverse, back, 1);
+    EXPECT_EQ(list_of(restored.head()), list_of(head.head()));
+    head.reset();
+    reversed.reset();
+    restored.reset();
 }
 
 TEST_F(ChainOrder, BuildingOntoAListThatIsNotEmptyLinksOneByOne)
 {
     put_album(1, {"V", "Mix"}, {{"C", "c"}, {"A", "a"}, {"B", "b"}});
-    chain_item *head = nullptr;
-    link_track(&head, k_order_artist, 1, 1, 0, 1);
+    chain_list head;
+    link_track(head, k_order_artist, 1, 1, 0, 1);
     const std::vector<chain_entry> more = {{1, 3, 0}, {1, 2, 0}};
-    EXPECT_EQ(build_chain(&head, k_order_artist, more, 1), 2);
-    EXPECT_EQ(numbers_of(head), tracks_of({2, 3, 1}));
-    free_chain(head);
+    EXPECT_EQ(build_chain(head, k_order_artist, more, 1), 2);
+    EXPECT_EQ(numbers_of(head.head()), tracks_of({2, 3, 1}));
+    head.reset();
 }
 
 TEST(ChainCompare, LengthSecondsReadsLikePercentDColonPercentD)

@@ -10,7 +10,7 @@ namespace {
 
 std::string trace(int tag, std::int64_t type, const char *text, long album = 1, long track = 2)
 {
-    static server_msg m;
+    server_msg m;
     m.socket = 3;
     m.type = type;
     m.sequence = 0x0102;

@@ -34,7 +34,7 @@ TEST(TypeAhead, PushesBeyondTheBoundAreDropped)
 
 TEST(ReplyMatching, SocketAndSequence)
 {
-    static server_msg waiting;
+    server_msg waiting;
     waiting.socket = 5;
     waiting.sequence = 0x0207;
     EXPECT_TRUE(is_reply(waiting, 5, PLIST_GET, 0x0207));
@@ -43,7 +43,7 @@ TEST(ReplyMatching, SocketAndSequence)
 
 TEST(ReplyMatching, GreetingReplyWhateverItsSequence)
 {
-    static server_msg waiting;
+    server_msg waiting;
     waiting.socket = 5;
     waiting.sequence = 0;
     EXPECT_TRUE(is_reply(waiting, 5, CLIENT_OPEN, 0x4242));
@@ -51,7 +51,7 @@ TEST(ReplyMatching, GreetingReplyWhateverItsSequence)
 
 TEST(ReplyMatching, OtherConnectionIsNeverTheReplyEvenWithTheSameSequence)
 {
-    static server_msg waiting;
+    server_msg waiting;
     waiting.socket = 5;
     waiting.sequence = 0x0010;
     EXPECT_FALSE(is_reply(waiting, 6, PLIST_GET, 0x0010));

@@ -70,7 +70,7 @@ TEST(Wire, SequenceLowByteRollsOverWithoutCarry)
 
 TEST(Wire, SetTextIsBounded)
 {
-    static server_msg m;
+    server_msg m;
     std::string big(40000, 'x');
     set_text(m, big);
     EXPECT_EQ(std::strlen(m.text), k_text_max);

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <sqlite3.h>
 #include <string_view>
 
 namespace {
@@ -144,6 +145,19 @@ TEST_F(Protocol, ResetIsAnnouncedForEveryChangedAlbum)
     ASSERT_EQ(notices().size(), 1u);
     EXPECT_EQ(notices()[0].m.album, 1);
     EXPECT_EQ(notices()[0].to, target::all);
+}
+
+TEST_F(Protocol, ResetThatCannotBeStoredIsRefusedAndChangesNothing)
+{
+    add_album(1, simple_album("One", 2));
+    store_record_play(st.store, 1, 1, 5);
+    ASSERT_EQ(sqlite3_exec(st.store.db.get(), "PRAGMA query_only=1", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(send(a, RESET, 0, 0).album, 0xFFFF);
+    EXPECT_TRUE(notices().empty());
+    EXPECT_EQ(store_entry(st.store, 1, 1)->plays, 1);
+    ASSERT_EQ(sqlite3_exec(st.store.db.get(), "PRAGMA query_only=0", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_NE(send(a, RESET, 0, 0).album, 0xFFFF);
+    EXPECT_EQ(store_entry(st.store, 1, 1)->plays, 0);
 }
 
 TEST_F(Protocol, RefreshTakesTracksWithoutMediaOffLine)

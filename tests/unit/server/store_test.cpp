@@ -215,9 +215,7 @@ TEST_F(Store, ResetSetsEveryPlayCountToZero)
     ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
     ASSERT_TRUE(store_write_text(s, 2, simple_album("B", 2)));
     ASSERT_TRUE(store_record_play(s, 2, 1, 100));
-    std::vector<int> changed;
-    EXPECT_TRUE(store_reset_plays(s, changed));
-    EXPECT_EQ(changed, std::vector<int>{2});
+    EXPECT_EQ(store_reset_plays(s), std::vector<int>{2});
     EXPECT_EQ(store_entry(s, 2, 1)->plays, 0);
     EXPECT_EQ(store_entry(s, 2, 1)->last_played, 100);
     reopen();
@@ -380,8 +378,7 @@ TEST_F(Store, ARefusedWriteLeavesNothingInTheDatabase)
     EXPECT_FALSE(locked() && store_record_play(s, 1, 1, 100));
     EXPECT_FALSE(locked() && store_link(s, 1, 1, 1, 1));
     EXPECT_FALSE(locked() && store_set_setting(s, "mode", "3"));
-    std::vector<int> changed;
-    EXPECT_FALSE(locked() && store_reset_plays(s, changed));
+    EXPECT_FALSE(locked() && store_reset_plays(s).has_value());
     // Nothing of them reached the database, and the copy in memory is as it was.
     EXPECT_EQ(other.count("SELECT COUNT(*) FROM entries WHERE album=2"), 0);
     EXPECT_EQ(other.count("SELECT COUNT(*) FROM entries WHERE album=1"), 3);
