@@ -1,5 +1,6 @@
-// Fuzzes the text repairs: the splitter never writes past its destinations and
+// Fuzzes the text repairs and the plain-text import line: the splitter never writes past its destinations and
 // never makes the line longer, and capitalising keeps the length and is idempotent.
+#include "album/import_line.hpp"
 #include "album/text_fix.hpp"
 
 #include <cstdint>
@@ -59,5 +60,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (again != text)
         std::abort();
     lower_case(again.data());
+
+    // A plain-text import line into a track, either way round.
+    static album_rec rec;
+    std::string import_line(reinterpret_cast<const char *>(data), size < 255 ? size : 255);
+    import_line = import_line.c_str();
+    char *rest = import_line_rest(import_line.data());
+    name_track(rec, 1 + static_cast<int>(size % 99), rest, static_cast<int>(size & 1));
+    for (const track_rec &t : rec.entry)
+        if (strnlen(t.artist, sizeof t.artist) == sizeof t.artist || strnlen(t.title, sizeof t.title) == sizeof t.title)
+            std::abort();
     return 0;
 }

@@ -172,6 +172,23 @@ void greet_servers()
     }
 }
 
+bool send_unanswered(int socket, std::int64_t type, std::int64_t album, std::int64_t track)
+{
+    server_msg msg;
+    fill(msg, socket, type, album, track);
+    long *counter = socket == master_sock ? &master_sequ : socket == cd_srv_sock ? &cd_srv_sequ : nullptr;
+    if (counter != nullptr)
+        msg.sequence = *counter;
+    if (!write_msg(msg)) {
+        if (loop_hooks.error != nullptr)
+            loop_hooks.error("send_msg failed", errno);
+        return false;
+    }
+    if (counter != nullptr)
+        *counter = next_sequence(msg.sequence);
+    return true;
+}
+
 const char *get_time(std::time_t t)
 {
     static char text[64];

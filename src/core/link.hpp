@@ -51,6 +51,13 @@ server_msg request(int socket, std::int64_t type, std::int64_t album, std::int64
 [[gnu::format(printf, 5, 6)]] server_msg requestf(int socket, std::int64_t type, std::int64_t album,
                                                    std::int64_t track, const char *format, ...);
 
+// Sends a request with an empty text whose reply is not waited for. The
+// connection's sequence moves on as if the reply had come, so that the late
+// reply is never taken for the reply to a later request (it is then handled
+// as an unsolicited message). A write that fails shows "send_msg failed" and
+// returns false.
+bool send_unanswered(int socket, std::int64_t type, std::int64_t album, std::int64_t track);
+
 // The server's time (t == 0: asks the master, and in non-master modes sets the
 // local clock from it) or t, as "dd/mm/yy @ hh:mm:ss" in a static buffer.
 const char *get_time(std::time_t t);

@@ -105,14 +105,22 @@ def test_a_on_an_empty_console_opens_the_album_screen(fake, term):
     PlaylistServer(fake, current=[])
     t = start_console(fake, term)
     t.send("a")
-    t.wait_for("Album Tracklist is not available yet")
+    t.wait_for("Album No: 0001", row=18, col=12)
+    t.send(KEY.ESC)
+    t.wait_for("Current Playlist (", row=0)
 
 
 def test_a_on_a_track_opens_the_album_screen(fake, term):
     PlaylistServer(fake, current=THREE)
     t = start_console(fake, term)
     t.send("a")
-    t.wait_for("Album Tracklist is not available yet")
+    t.wait_for("Album No: 0001", row=18, col=12)
+    t.send("0002\r")
+    t.wait_for("0002: Artist 2 - Album 2 [09:06]", row=0)
+    t.send(KEY.ESC)
+    t.wait_for("Album No: 0003", row=18, col=12)
+    t.send(KEY.ESC)
+    t.wait_for("Current Playlist (", row=0)
 
 
 def test_c_then_escape_leaves_the_console(fake, term):

@@ -335,16 +335,25 @@ def test_a_adds_to_the_current_playlist_and_b_adds_the_whole_album(fake, term):
     assert adds == [(2, 1, "current.lst"), (2, 2, "current.lst"), (2, 3, "current.lst"), (2, 4, "current.lst")]
 
 
-def test_keys_of_screens_this_version_lacks_say_so(fake, term):
+def test_detail_keys_open_the_track_details_and_e_the_editor(fake, term):
     t = open_console(fake, term, small_library())
     search(t, "abba", heading='Artists containing "abba"')
-    for key, what in (("i", "Track details"), ("\r", "Track details"), ("e", "Edit Album")):
+    t.send(KEY.DOWN)   # 0002/01 Abba - Waterloo, after Substitute
+    for key in ("i", "\r", "\n", KEY.KP_ENTER):
         t.send(key)
-        text = "%s is not available yet" % what
-        t.wait_for(text, row=12, col=centred_col(text))
-        t.send(" ")
+        t.wait_for("0002: Various - Mix [13:19]", row=0)
+        t.wait_for("Track No:   1", row=3, col=2)
+        t.wait_for("Title:  Waterloo", row=7, col=2)
+        t.send(KEY.ESC)
         t.wait_for('Artists containing "abba"', row=0)
-        t.wait_gone(text)
+        t.wait_gone("Track No:")
+    t.send("e")
+    t.wait_for("Track No:    1", row=3, col=2)
+    t.wait_for("Title:  Waterloo", row=7, col=2)
+    t.wait_for("Online? Y", row=15, col=2)
+    t.send(KEY.ESC)
+    t.wait_for('Artists containing "abba"', row=0)
+    t.wait_gone("Track No:")
 
 
 def test_d_checks_the_album_for_duplicates_and_comes_back(fake, term):
