@@ -44,7 +44,11 @@ inline constexpr menu_item end_row = {.label = "", .handler = null_func, .argume
 // undefined-behaviour sanitizer cannot compare two different functions'
 // addresses there (either might be null, it supposes); such a pair is taken
 // as different, which two functions of the program always are.
-constexpr bool ends_table(menu_handler h) { return __builtin_constant_p(h == null_func) && h == null_func; }
+constexpr bool ends_table(menu_handler h)
+{
+    constexpr menu_handler end = null_func;   // the menu's null_func, whatever else has the name
+    return __builtin_constant_p(h == end) && h == end;
+}
 
 // A table ends with the null_func row and has no other (checked at compile time by each table file).
 template <std::size_t N>
