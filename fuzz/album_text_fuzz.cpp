@@ -27,12 +27,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         std::abort();
     return 0;
 }
-
-static const char *const seeds[] = {"Band\nRecord\n07:30 - 5F00A1B2 1 0000ABCD 12\nBand\nSong\n03:10 S 0 1 0 3\n",
-                                    "A\nT\n1:00 U ffffffffffffffff 1 0 -5\n"};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

@@ -42,13 +42,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     return 0;
 }
-
-static const char *const seeds[] = {"\x05" "6d 0000 0000 0000 0006 abcdef6d 0000 0000 0000 0000 ",
-                                    "\x01" "39 0000 0001 0002 0003 now6d 0000 0000 0000 0002 xy",
-                                    "\x07" "6d 0000 0000 0000 8001 "};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

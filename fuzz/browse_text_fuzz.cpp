@@ -40,23 +40,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     return 0;
 }
-
-// Seeds: a held audio run, a length text, two artists.
-extern "C" std::size_t zerka_fuzz_seed_count() { return 3; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    static std::string held;
-    if (held.empty()) {
-        const std::int32_t n = 4400;
-        held.append(reinterpret_cast<const char *>(&n), 4);
-        for (int k = 0; k < 1100; ++k)
-            held.append("\x88\x13\x00\x00", 4);   // 5000 on the left, silence on the right
-    }
-    static const char *const texts[] = {"03:15", "The Beatles~beatles"};
-    if (i == 0) {
-        *len = held.size();
-        return held.data();
-    }
-    *len = std::strlen(texts[i - 1]);
-    return texts[i - 1];
-}

@@ -23,11 +23,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::fclose(f);
     return 0;
 }
-
-static const char *const seeds[] = {"SERVER_MODE local # c\nPASSWORD=#x\n", "   # PASSWORD\n\tPASSWORD = = a \n"};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

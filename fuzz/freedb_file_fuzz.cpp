@@ -30,15 +30,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             std::abort();   // parts are cut to 65 characters and stay terminated
     return 0;
 }
-
-static const char *const seeds[] = {
-    "# xmcd\nDISCID=1\nDTITLE=Band / Record\nTTITLE0=One\nTTITLE1=Guest - Two\nTTITLE1= more\nEXTD=\n",
-    "DTITLE=Hits /\r\nTTITLE2=A: B\r\nTTITLE0=C / D\r\nTTITLE0=",
-    "TTITLE0=Caf\xe9 - Bj\xf6rk\nDTITLE=\nDTITLE=x",
-};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

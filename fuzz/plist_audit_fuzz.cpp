@@ -56,15 +56,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::fclose(f);
     return 0;
 }
-
-static const char *const seeds[] = {
-    "00001234 0012/01 Band                         - Song                          [03:00]\n",
-    "00001234 0012/02 An artist whose name runs pa - Title                         [03:00]\n"
-    "0 12/2 x\n# note\n",
-    "ffffffffffffffff -99999999999/+7 \n\n"};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

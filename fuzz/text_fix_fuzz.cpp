@@ -72,12 +72,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             std::abort();
     return 0;
 }
-
-static const char *const seeds[] = {"the [live] version", "Title - Artist", "Name: Work", "Caf\xe9 / Bj\xf6rk  ",
-                                    "rock-n-roll {remix}"};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

@@ -19,12 +19,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         std::abort();
     return 0;
 }
-
-static const char *const seeds[] = {"0012 03 0007 11 ",
-                                    "6543210A 0012/03 An Artist                    - A Title                       [03:45]"};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

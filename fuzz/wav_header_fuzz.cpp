@@ -49,21 +49,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             std::abort();
     return 0;
 }
-
-static const std::uint8_t seed_held[] = {
-    'R', 'I', 'F', 'F', 0x24, 0x40, 0, 0, 'W', 'A', 'V', 'E', 'f', 'm', 't', ' ', 16, 0, 0, 0, 1, 0, 2, 0, 0x44, 0xAC,
-    0,   0,   0x10, 0xB1, 2, 0, 4, 0, 16, 0, 'd', 'a', 't', 'a', 0x00, 0x40, 0, 0, 0x88, 0x13, 0x10, 0x00, 0x88, 0x13,
-    0x20, 0x00};
-static const std::uint8_t seed_negative[] = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                                             0,   0,   0,   0,   0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF0,
-                                             0xFF, 0xFF, 0xFF, 0x39, 0x30, 0x39, 0x30};
-extern "C" std::size_t zerka_fuzz_seed_count() { return 2; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    if (i == 0) {
-        *len = sizeof seed_held;
-        return reinterpret_cast<const char *>(seed_held);
-    }
-    *len = sizeof seed_negative;
-    return reinterpret_cast<const char *>(seed_negative);
-}

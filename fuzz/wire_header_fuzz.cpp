@@ -25,12 +25,3 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     return 0;
 }
-
-static const char *const seeds[] = {"10 0001 0002 0000 0000 ", "17 0102 0abc 0000 0005 hello38 0000 0000 0000 0000 ",
-                                    "39 0000 0001 0002 0007 100 0 1"};
-extern "C" std::size_t zerka_fuzz_seed_count() { return sizeof seeds / sizeof seeds[0]; }
-extern "C" const char *zerka_fuzz_seed(std::size_t i, std::size_t *len)
-{
-    *len = std::strlen(seeds[i]);
-    return seeds[i];
-}

@@ -2,9 +2,9 @@
 # Installs the Debian packages the project needs to build, run and test; does
 # nothing when they are all present. Run as root (or with sudo available).
 set -eu
-packages="cmake g++ make pkg-config libncurses-dev libpulse-dev libsqlite3-dev libasio-dev
+packages="cmake g++ clang libclang-rt-14-dev make pkg-config libncurses-dev libpulse-dev libsqlite3-dev libasio-dev
 libgtest-dev libbenchmark-dev python3 python3-pytest python3-pexpect python3-pyte
-pulseaudio pulseaudio-utils procps ncurses-base ncurses-term
+pulseaudio pulseaudio-utils procps util-linux ncurses-base ncurses-term
 libcdio-dev libcdio-paranoia-dev cd-paranoia cdrdao"
 missing=""
 for p in $packages; do

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <ranges>
@@ -84,18 +85,22 @@ void change_playlist(request_ctx &c, Op &&op)
     reply(c, ok_album(c.req));
 }
 
-// Sets the playing mode; others hear of a change.
-void set_mode(request_ctx &c, int mode)
+// Sets the playing mode; others hear of a change. False (nothing changed)
+// when the mode cannot be stored: it would not survive a restart.
+bool set_mode(request_ctx &c, int mode)
 {
     player_state &p = c.st.player;
     if (p.mode == mode)
-        return;
+        return true;
+    if (mode != k_mode_console && !store_set_setting(c.st.store, "mode", std::to_string(mode))) {
+        slog("Playing mode %s not stored (connection %d)", k_mode_names[mode].data(), c.self.id);
+        return false;
+    }
     p.mode = mode;
     p.memory.alternate = false;
-    if (mode != k_mode_console)
-        store_set_setting(c.st.store, "mode", std::to_string(mode));
     slog("Playing mode %s (connection %d)", k_mode_names[mode].data(), c.self.id);
     post_change_mode(c.st, c.out, target::others);
+    return true;
 }
 
 // Whether another connection holds the console.
@@ -220,8 +225,9 @@ void h_album_number(request_ctx &c)
 // REFRESH: tracks whose media has gone are taken off line.
 void h_refresh(request_ctx &c)
 {
-    const std::vector<int> changed = store_check_media(c.st.store, c.st.paths.media);
-    reply(c, ok_album(c.req));
+    std::vector<int> changed;
+    const bool stored = store_check_media(c.st.store, c.st.paths.media, changed);
+    reply(c, stored ? ok_album(c.req) : k_refused);
     for (int n : changed)
         post_album_written(c.st, c.out, n, target::others);
 }
@@ -466,6 +472,11 @@ void h_delete(request_ctx &c)
         reply(c, k_refused);
         return;
     }
+    if (!sync_folder(c.st.paths.playlists)) {
+        slog("Cannot sync the playlist folder %s - %s", c.st.paths.playlists.c_str(), std::strerror(errno));
+        reply(c, k_refused);
+        return;
+    }
     slog("Playlist %.*s deleted (connection %d)", static_cast<int>(name.size()), name.data(), c.self.id);
     reply(c, ok_album(c.req));
 }
@@ -493,11 +504,14 @@ void h_mode(request_ctx &c)
         reply(c, 0);
         return;
     }
+    if (!set_mode(c, mode)) {
+        reply(c, k_refused);
+        return;
+    }
     if (mode == k_mode_console)
         c.st.console_holder = c.self.id;
     else if (c.st.console_holder == c.self.id)
         c.st.console_holder = -1;
-    set_mode(c, mode);
     reply(c, ok_album(c.req));
 }
 
@@ -524,22 +538,32 @@ void h_set_plist(request_ctx &c)
         reply(c, 0, k_plist_unknown);
         return;
     }
-    bool changed = false;
-    if (!keep && name != p.selection) {
+    const bool new_selection = !keep && name != p.selection;
+    const bool new_mode = want != 0 && p.mode != want;
+    // Both settings are stored together before anything changes.
+    const std::string mode_text = std::to_string(want);
+    std::vector<setting_value> values;
+    if (new_selection)
+        values.push_back({"selection", name});
+    if (new_mode)
+        values.push_back({"mode", mode_text});
+    if (!values.empty() && !store_set_settings(c.st.store, values)) {
+        slog("Selection playlist \"%.*s\" not stored (connection %d)", static_cast<int>(name.size()), name.data(),
+             c.self.id);
+        reply(c, 0, k_plist_problem);
+        return;
+    }
+    if (new_selection) {
         p.selection = std::string(name);
         p.memory.cursor = 0;
-        store_set_setting(c.st.store, "selection", p.selection);
-        changed = true;
     }
-    if (want != 0 && p.mode != want) {
+    if (new_mode) {
         if (c.st.console_holder == c.self.id)
             c.st.console_holder = -1;
         p.mode = static_cast<int>(want);
         p.memory.alternate = false;
-        store_set_setting(c.st.store, "mode", std::to_string(p.mode));
-        changed = true;
     }
-    if (changed) {
+    if (new_selection || new_mode) {
         slog("Playing mode %s selecting from \"%s\" (connection %d)", k_mode_names[p.mode].data(), p.selection.c_str(),
              c.self.id);
         if (p.mode == k_mode_playlist || p.mode == k_mode_playmixed)
@@ -619,12 +643,9 @@ void h_link_query(request_ctx &c)
 // LINK_TRACK: starts, extends or deletes a chain.
 void h_link_track(request_ctx &c)
 {
-    char head[64];
-    copy_bounded(head, c.req.text);
     int ha = 0;
     int ht = 0;
-    if (std::sscanf(head, "%d %d", &ha, &ht) != 2 ||
-        !store_link(c.st.store, album_of(c.req), track_of(c.req), ha, ht)) {
+    if (!parse_link_head(c.req.text, ha, ht) || !store_link(c.st.store, album_of(c.req), track_of(c.req), ha, ht)) {
         reply(c, k_refused);
         return;
     }
@@ -715,6 +736,26 @@ void reply_first(outbox &out, std::size_t first)
 }
 
 }   // namespace
+
+bool parse_link_head(std::string_view text, int &album, int &track)
+{
+    // What "%d %d" reads from the first 63 characters, without its undefined
+    // behaviour on a number too large for an int: such a number is refused.
+    text = text.substr(0, 63);
+    const auto number = [&text](int &out) {
+        std::size_t at = 0;
+        while (at < text.size() && std::strchr(" \t\n\v\f\r", text[at]) != nullptr && text[at] != '\0')
+            ++at;
+        if (at < text.size() && text[at] == '+' && at + 1 < text.size() && text[at + 1] != '-')
+            ++at;
+        const auto [end, ec] = std::from_chars(text.data() + at, text.data() + text.size(), out);
+        if (ec != std::errc{})
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+        return true;
+    };
+    return number(album) && number(track);
+}
 
 void reply(request_ctx &c, std::int64_t album, std::int64_t track, std::string_view text)
 {

@@ -9,6 +9,7 @@
 #include "server/state.hpp"
 
 #include <cstdint>
+#include <string_view>
 
 // What a handler works with.
 struct request_ctx {
@@ -24,6 +25,11 @@ void handle_request(server_state &st, session &self, const request &req, std::in
 
 // A connection ended: its console lock and its unused album numbers are given back.
 void session_closed(server_state &st, session &self, outbox &out);
+
+// Reads the head a LINK_TRACK names, "%d %d" (album, track), as sscanf would
+// from the text's first 63 characters; false when there are not two numbers
+// or one does not fit an int.
+bool parse_link_head(std::string_view text, int &album, int &track);
 
 // The reply to a request: its type and sequence with the given fields.
 void reply(request_ctx &c, std::int64_t album, std::int64_t track = 0, std::string_view text = {});

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 
 std::string history_file_name(std::time_t t)
 {
@@ -51,19 +52,27 @@ bool history_append(history_log &h, std::time_t when, const std::string &line)
     return std::fclose(f) == 0 && ok;
 }
 
-std::vector<std::string> history_read_file(const std::string &path)
+std::vector<std::string> history_parse(std::string_view text)
 {
     std::vector<std::string> out;
-    std::ifstream in(path, std::ios::binary);
-    std::string line;
-    while (std::getline(in, line)) {
+    while (!text.empty()) {
+        const std::size_t nl = text.find('\n');
+        std::string_view line = text.substr(0, nl);
+        text.remove_prefix(nl == std::string_view::npos ? text.size() : nl + 1);
         if (!line.empty() && line.back() == '\r')
-            line.pop_back();
+            line.remove_suffix(1);
         history_entry e;
         if (parse_history_entry(line, e))
-            out.push_back(line);
+            out.emplace_back(line);
     }
     return out;
+}
+
+std::vector<std::string> history_read_file(const std::string &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return history_parse(text);
 }
 
 std::vector<std::string> history_recent(const std::string &dir, std::size_t count)

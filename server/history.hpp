@@ -27,7 +27,10 @@ std::string history_file_name(std::time_t t);
 // Appends one entry (a playlist-style line) for a track played at `when`. False on failure.
 bool history_append(history_log &h, std::time_t when, const std::string &line);
 
-// The entry lines of one file, in file order (lines that are not entries are left out).
+// The entry lines of a history file's text, in order (lines that are not entries are left out).
+std::vector<std::string> history_parse(std::string_view text);
+
+// The entry lines of one file, in file order (history_parse).
 std::vector<std::string> history_read_file(const std::string &path);
 
 // The last `count` entries over all history files, oldest first.

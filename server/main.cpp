@@ -1,6 +1,7 @@
 // zerkaserver: the jukebox server.
 //
 //   zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE] [--stall-limit S]
+//               [--greet-limit S] [--max-connections N]
 //               [--reboot-command "PROGRAM ARGS"] [--poweroff-command "PROGRAM ARGS"]
 //               [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR] [--cd-simulate]
 //                [--cdrdao PATH] [--cd-speed N]]
@@ -36,7 +37,7 @@ constexpr int k_default_port = 7117;
 
 constexpr const char *k_usage =
     "Usage: zerkaserver --root DIR [--listen ADDR] [--port N] [--output none|pulse] [--log FILE]\n"
-    "                   [--stall-limit SECONDS]\n"
+    "                   [--stall-limit SECONDS] [--greet-limit SECONDS] [--max-connections N]\n"
     "                   [--reboot-command \"PROGRAM ARGS\"] [--poweroff-command \"PROGRAM ARGS\"]\n"
     "                   [--cd-drive PATH [--freedb DIR] [--master HOST:PORT --master-root DIR]\n"
     "                    [--cd-simulate] [--cdrdao PATH] [--cd-speed N]]\n"
@@ -48,7 +49,9 @@ constexpr const char *k_usage =
     "  --port N         TCP port (default 7117; 0 picks a free one)\n"
     "  --output pulse   also play through the local PulseAudio server (default: none)\n"
     "  --log FILE       append the log to FILE (default: standard error)\n"
-    "  --stall-limit S  close a connection whose message stops half-way for S seconds (default 30)\n"
+    "  --stall-limit S  close a connection whose message is not whole S seconds after it began (default 30)\n"
+    "  --greet-limit S  close a connection that has not greeted S seconds after it opened (default 10)\n"
+    "  --max-connections N  connections open at once; more are closed as they come (default 100)\n"
     "  --reboot-command \"PROGRAM ARGS\", --poweroff-command \"PROGRAM ARGS\"\n"
     "                   what a client's REBOOT or SHUTDOWN runs (words split at blanks, no shell;\n"
     "                   PROGRAM an absolute path) after the server has stopped cleanly; without\n"
@@ -76,6 +79,15 @@ bool is_dir(const std::string &path)
 {
     struct stat sb {};
     return stat(path.c_str(), &sb) == 0 && S_ISDIR(sb.st_mode);
+}
+
+// A number of lo..hi written in decimal digits alone, or -1.
+long whole_number(std::string_view v, long lo, long hi)
+{
+    if (v.empty() || v.size() > 9 || v.find_first_not_of("0123456789") != std::string_view::npos)
+        return -1;
+    const long n = lenient_atol(v);
+    return n >= lo && n <= hi ? n : -1;
 }
 
 }   // namespace
@@ -144,13 +156,21 @@ int main(int argc, char **argv)
                 return 2;
             }
             opt.pulse = v == "pulse";
-        } else if (a == "--stall-limit") {
-            const long secs = lenient_atol(v);
-            if (secs < 1 || secs > 3600 || v.find_first_not_of("0123456789") != std::string_view::npos) {
-                std::fprintf(stderr, "zerkaserver: bad stall limit \"%s\"\n", argv[i]);
+        } else if (a == "--stall-limit" || a == "--greet-limit") {
+            const long secs = whole_number(v, 1, 3600);
+            if (secs < 0) {
+                std::fprintf(stderr, "zerkaserver: bad %s limit \"%s\"\n", a == "--stall-limit" ? "stall" : "greeting",
+                             argv[i]);
                 return 2;
             }
-            opt.stall_seconds = static_cast<int>(secs);
+            (a == "--stall-limit" ? opt.stall_seconds : opt.greet_seconds) = static_cast<int>(secs);
+        } else if (a == "--max-connections") {
+            const long n = whole_number(v, 1, 100000);
+            if (n < 0) {
+                std::fprintf(stderr, "zerkaserver: bad connection limit \"%s\"\n", argv[i]);
+                return 2;
+            }
+            opt.max_connections = static_cast<int>(n);
         } else if (a == "--reboot-command" || a == "--poweroff-command") {
             std::vector<std::string> &command = a == "--reboot-command" ? power.reboot : power.poweroff;
             std::string error;
@@ -218,6 +238,12 @@ int main(int argc, char **argv)
     }
     while (root.size() > 1 && root.back() == '/')
         root.pop_back();
+    // Two servers on one root would hand out the same album numbers and overwrite each other.
+    static unique_fd root_lock;
+    if (std::string why; !lock_root(root, root_lock, why)) {
+        std::fprintf(stderr, "zerkaserver: cannot use the root %s: %s\n", root.c_str(), why.c_str());
+        return 1;
+    }
     for (const char *sub : {"/Media", "/PlayLists", "/History"}) {
         const std::string d = root + sub;
         if (!is_dir(d) && ::mkdir(d.c_str(), 0755) != 0) {
@@ -230,6 +256,8 @@ int main(int argc, char **argv)
     std::string error;
     if (!state_open(st, root, error)) {
         std::fprintf(stderr, "zerkaserver: cannot open the database %s/zerka.db: %s\n", root.c_str(), error.c_str());
+        if (!log_path.empty())
+            slog("Cannot open the database %s/zerka.db: %s", root.c_str(), error.c_str());
         return 1;
     }
     if ((!cd.freedb.empty() || !cd.master.empty() || cd.simulate) && cd.drive.empty()) {

@@ -21,6 +21,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -32,8 +33,10 @@ constexpr auto k_tick = std::chrono::milliseconds(50);          // the player's 
 constexpr auto k_stop_grace = std::chrono::seconds(5);          // time for the clients to hear of the end and leave
 constexpr std::size_t k_max_backlog = std::size_t{8} << 20;    // bytes a client may fall behind
 constexpr std::size_t k_max_audio_backlog = std::size_t{2} << 20;   // bytes an audio stream may fall behind
-constexpr std::size_t k_read_buffer = 64 * 1024;                // holds a whole message with room to spare
-constexpr std::size_t k_max_gather = 64;                        // frames written in one go
+constexpr std::size_t k_first_read = 4096;       // bytes read when a message begins; a longer one grows the buffer
+constexpr std::size_t k_max_gather = 64;         // frames written in one go
+constexpr int k_reserved_fds = 32;               // descriptors kept for the database, the log, media and playlist files
+constexpr auto k_refusal_log_gap = std::chrono::seconds(1);   // refused connections: at most one log line this often
 
 // Nanoseconds of the steady clock.
 std::int64_t steady_ns()
@@ -43,13 +46,15 @@ std::int64_t steady_ns()
 
 struct server;
 
-// One client connection: its framing, its write queue and its session.
+// One client connection: its framing, its write queue and its session. It
+// holds no read buffer while no message is on its way in.
 struct connection : std::enable_shared_from_this<connection> {
     server &srv;
     tcp::socket sock;
-    asio::steady_timer stall;
+    asio::steady_timer stall;    // a message begun must end in time
+    asio::steady_timer greet;    // the greeting must come in time
     session s;
-    std::vector<char> in = std::vector<char>(k_read_buffer);
+    std::vector<char> in;        // bytes of messages not yet whole (empty between messages)
     std::size_t have = 0;
     std::deque<frame_ptr> outq;
     std::size_t backlog = 0;     // bytes queued, written or not
@@ -57,8 +62,9 @@ struct connection : std::enable_shared_from_this<connection> {
     bool closed = false;
 
     connection(server &owner, tcp::socket socket);
-    void start() { read_more(); }
+    void start();
     void read_more();
+    void on_readable();
     void on_read(std::size_t n);
     void send(const frame_ptr &frame);
     void write_more();
@@ -74,7 +80,11 @@ struct server {
     server_state &st;
     pulse_out *pulse = nullptr;
     int stall_seconds = 30;
+    int greet_seconds = 10;
+    std::size_t max_connections = 0;
     std::map<int, std::shared_ptr<connection>> conns;
+    steady_clock::time_point last_refusal_log;   // when a refused connection was last logged
+    int refusals_unlogged = 0;                   // refused since then, not logged one by one
     int next_id = 1;
     bool stopping = false;
     steady_clock::time_point stop_deadline;
@@ -82,6 +92,7 @@ struct server {
     explicit server(server_state &state) : st(state) {}
 
     void accept();
+    void refuse(tcp::socket &sock);
     void dispatch(connection &c, const request &req);
     void deliver(const outbox &out, connection *requester);
     void on_tick();
@@ -98,28 +109,68 @@ struct server {
 };
 
 // A new connection of the server.
-connection::connection(server &owner, tcp::socket socket) : srv(owner), sock(std::move(socket)), stall(owner.io) {}
+connection::connection(server &owner, tcp::socket socket)
+    : srv(owner), sock(std::move(socket)), stall(owner.io), greet(owner.io)
+{
+}
 
-// Waits for more bytes from the client.
+// Starts reading, and the clock of the greeting.
+void connection::start()
+{
+    std::error_code ignored;
+    sock.non_blocking(true, ignored);
+    greet.expires_after(std::chrono::seconds(srv.greet_seconds));
+    greet.async_wait([self = shared_from_this()](const std::error_code &ec) {
+        if (!ec && !self->closed && !self->s.greeted)
+            self->close("no greeting in time");
+    });
+    read_more();
+}
+
+// Waits until the client sends something; the buffer is taken only then.
 void connection::read_more()
 {
     if (closed)
         return;
-    sock.async_read_some(asio::buffer(in.data() + have, in.size() - have),
-                         [self = shared_from_this()](const std::error_code &ec, std::size_t n) {
-                             if (self->closed)
-                                 return;
-                             if (ec) {
-                                 self->close(ec == asio::error::eof ? "closed by the client" : ("read failed: " + ec.message()).c_str());
-                                 return;
-                             }
-                             self->on_read(n);
-                         });
+    sock.async_wait(tcp::socket::wait_read, [self = shared_from_this()](const std::error_code &ec) {
+        if (self->closed)
+            return;
+        if (ec) {
+            self->close(("read failed: " + ec.message()).c_str());
+            return;
+        }
+        self->on_readable();
+    });
+}
+
+// Reads what arrived into a buffer just large enough for the message under way.
+void connection::on_readable()
+{
+    std::size_t want = k_first_read;
+    if (have >= k_header_len) {
+        wire_header h;
+        if (decode_header(in.data(), h))
+            want = std::max(want, k_header_len + h.length);
+    }
+    if (in.size() < want)
+        in.resize(want);
+    std::error_code ec;
+    const std::size_t n = sock.read_some(asio::buffer(in.data() + have, in.size() - have), ec);
+    if (ec == asio::error::would_block || ec == asio::error::try_again) {
+        read_more();
+        return;
+    }
+    if (ec) {
+        close(ec == asio::error::eof ? "closed by the client" : ("read failed: " + ec.message()).c_str());
+        return;
+    }
+    on_read(n);
 }
 
 // Takes every whole message out of what arrived and hands each to the protocol.
 void connection::on_read(std::size_t n)
 {
+    const bool continuing = have > 0;   // these bytes go on with a message begun earlier
     have += n;
     std::size_t off = 0;
     while (!closed && have - off >= k_header_len) {
@@ -136,22 +187,27 @@ void connection::on_read(std::size_t n)
                              .album = h.album,
                              .track = h.track,
                              .text = std::string_view(in.data() + off + k_header_len, h.length)};
+        const bool was_greeted = s.greeted;
         srv.dispatch(*this, req);
+        if (s.greeted && !was_greeted)
+            greet.cancel();
         off += need;
     }
     if (closed)
         return;
     std::memmove(in.data(), in.data() + off, have - off);
     have -= off;
-    if (have > 0) {
-        // Part of a message is in: the rest must follow within the limit.
+    if (have == 0) {
+        stall.cancel();
+        std::vector<char>().swap(in);   // nothing under way: an idle connection holds no buffer
+    } else if (off > 0 || !continuing) {
+        // A message began with these bytes: all of it must be in within the
+        // limit, however slowly its bytes trickle in.
         stall.expires_after(std::chrono::seconds(srv.stall_seconds));
         stall.async_wait([self = shared_from_this()](const std::error_code &ec) {
             if (!ec && !self->closed)
                 self->close("message stalled half-way");
         });
-    } else {
-        stall.cancel();
     }
     read_more();
 }
@@ -206,6 +262,7 @@ void connection::close(const char *reason)
     slog("Connection %d (%s) closed: %s", s.id, s.peer.c_str(), reason);
     std::error_code ignored;
     stall.cancel();
+    greet.cancel();
     sock.shutdown(tcp::socket::shutdown_both, ignored);
     sock.close(ignored);
     outbox out;
@@ -228,6 +285,11 @@ void server::accept()
             retry->async_wait([this, retry](const std::error_code &) { accept(); });
             return;
         }
+        if (conns.size() >= max_connections) {
+            refuse(sock);
+            accept();
+            return;
+        }
         std::error_code ignored;
         sock.set_option(tcp::no_delay(true), ignored);
         sock.set_option(asio::socket_base::keep_alive(true), ignored);   // a peer gone without a word is found out
@@ -240,6 +302,23 @@ void server::accept()
         c->start();
         accept();
     });
+}
+
+// Closes a connection over the limit at once; the log says so, at most once a second.
+void server::refuse(tcp::socket &sock)
+{
+    std::error_code ignored;
+    const tcp::endpoint peer = sock.remote_endpoint(ignored);
+    sock.close(ignored);
+    const auto now = steady_clock::now();
+    if (now - last_refusal_log < k_refusal_log_gap) {
+        ++refusals_unlogged;
+        return;
+    }
+    slog("Connection from %s:%d refused: %zu connections open, the most allowed (%d more refused since the last line)",
+         peer.address().to_string().c_str(), peer.port(), conns.size(), refusals_unlogged);
+    last_refusal_log = now;
+    refusals_unlogged = 0;
 }
 
 // Handles one request and delivers what it sends.
@@ -370,6 +449,14 @@ int run_server(server_state &st, const net_options &opt)
     std::signal(SIGPIPE, SIG_IGN);
     server srv(st);
     srv.stall_seconds = opt.stall_seconds;
+    srv.greet_seconds = opt.greet_seconds;
+    // Never so many connections that the descriptors run out: the server could
+    // then accept no one at all, nor open a file.
+    struct rlimit files {};
+    long fd_room = opt.max_connections;
+    if (getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY)
+        fd_room = static_cast<long>(files.rlim_cur) - k_reserved_fds;
+    srv.max_connections = static_cast<std::size_t>(std::max(1L, std::min<long>(opt.max_connections, fd_room)));
     std::error_code ec;
     const asio::ip::address addr = asio::ip::make_address(opt.listen, ec);
     if (ec) {
@@ -392,7 +479,8 @@ int run_server(server_state &st, const net_options &opt)
     const tcp::endpoint bound = srv.acceptor.local_endpoint(ec);
     std::printf("zerkaserver listening on %s:%d\n", bound.address().to_string().c_str(), bound.port());
     std::fflush(stdout);
-    slog("Listening on %s:%d, root %s", bound.address().to_string().c_str(), bound.port(), st.paths.root.c_str());
+    slog("Listening on %s:%d, root %s, at most %zu connections", bound.address().to_string().c_str(), bound.port(),
+         st.paths.root.c_str(), srv.max_connections);
 
     pulse_out pulse;
     if (opt.pulse) {

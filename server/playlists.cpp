@@ -1,10 +1,15 @@
 #include "server/playlists.hpp"
 
+#include "proto/fd_io.hpp"
+
 #include <algorithm>
 #include <cstdio>
 #include <dirent.h>
+#include <fcntl.h>
 #include <fstream>
+#include <iterator>
 #include <sys/stat.h>
+#include <unistd.h>
 
 bool plist_name_ok(std::string_view name)
 {
@@ -17,43 +22,66 @@ bool plist_name_ok(std::string_view name)
 
 std::string plist_path(const std::string &dir, std::string_view name) { return dir + "/" + std::string(name); }
 
+void plist_parse(std::string_view text, playlist &out)
+{
+    out.items.clear();
+    while (!text.empty()) {
+        const std::size_t nl = text.find('\n');
+        std::string_view line = text.substr(0, nl);
+        text.remove_prefix(nl == std::string_view::npos ? text.size() : nl + 1);
+        if (!line.empty() && line.back() == '\r')
+            line.remove_suffix(1);
+        history_entry e;
+        // A pair that does not fit its transfer record ("%04d %02d ") would break the transfer text.
+        if (!parse_history_entry(line, e) || e.album < 0 || e.album > 9999 || e.track < 0 || e.track > 99)
+            continue;
+        out.items.push_back({e.album, e.track, std::string(line)});
+    }
+}
+
 bool plist_load(const std::string &path, playlist &out)
 {
     out.items.clear();
     std::ifstream in(path, std::ios::binary);
     if (!in)
         return false;
-    std::string line;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        history_entry e;
-        // A pair that does not fit its transfer record ("%04d %02d ") would break the transfer text.
-        if (!parse_history_entry(line, e) || e.album < 0 || e.album > 9999 || e.track < 0 || e.track > 99)
-            continue;
-        out.items.push_back({e.album, e.track, line});
-    }
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    plist_parse(text, out);
     return true;
+}
+
+bool sync_folder(const std::string &dir)
+{
+    const int fd = ::open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    const bool ok = ::fsync(fd) == 0;
+    ::close(fd);
+    return ok;
 }
 
 bool plist_save(const std::string &path, const playlist &p)
 {
     const std::size_t slash = path.rfind('/');
+    const std::string dir = slash == std::string::npos ? std::string{} : path.substr(0, slash);
     const std::string temp = slash == std::string::npos ? "." + path + ".tmp"
                                                         : path.substr(0, slash + 1) + "." + path.substr(slash + 1) + ".tmp";
-    std::FILE *f = std::fopen(temp.c_str(), "w");
-    if (f == nullptr)
-        return false;
-    bool ok = true;
+    std::string text;
     for (const plist_item &i : p.items)
-        ok = ok && std::fprintf(f, "%s\n", i.line.c_str()) >= 0;
-    ok = std::fflush(f) == 0 && ok;
-    ok = std::fclose(f) == 0 && ok;
+        text.append(i.line).push_back('\n');
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return false;
+    // The file's bytes reach the disk before the rename, and the rename before
+    // the reply: after a power cut the playlist is the old one or the new one, whole.
+    bool ok = write_all(fd, text.data(), text.size());
+    ok = ::fsync(fd) == 0 && ok;
+    ok = ::close(fd) == 0 && ok;
     if (!ok || std::rename(temp.c_str(), path.c_str()) != 0) {
         std::remove(temp.c_str());
         return false;
     }
-    return true;
+    return sync_folder(dir);
 }
 
 int plist_find(const playlist &p, int album, int track)

@@ -1,8 +1,8 @@
 // Playlist files: the current playlist "current.lst" (the play queue) and the
 // named offline playlists, all in the folder PlayLists, one line per track
 // ("%8.8lX %04d/%02d %-28.28s - %-29.29s [%s]"). A file is always replaced
-// whole through a temporary file and a rename, so a crash never leaves half a
-// file. The operations on a loaded playlist are pure.
+// whole through a temporary file and a rename, both synced to the disk, so
+// neither a crash nor a power cut leaves half a file. The operations on a loaded playlist are pure.
 #pragma once
 
 #include "proto/transfer_text.hpp"
@@ -37,11 +37,19 @@ bool plist_name_ok(std::string_view name);
 // The path of a playlist in `dir`.
 std::string plist_path(const std::string &dir, std::string_view name);
 
-// Reads a playlist file; lines that do not begin "%lX %d/%d" are skipped. False when it cannot be read.
+// Reads the lines of a playlist file's text; lines that do not begin
+// "%lX %d/%d" (or whose album or track would not fit a transfer record) are skipped.
+void plist_parse(std::string_view text, playlist &out);
+
+// Reads a playlist file (plist_parse). False when it cannot be read.
 bool plist_load(const std::string &path, playlist &out);
 
-// Replaces a playlist file through a temporary file and a rename; false on failure.
+// Replaces a playlist file through a temporary file and a rename, each synced
+// to the disk (the file, then its folder) before it returns; false on failure.
 bool plist_save(const std::string &path, const playlist &p);
+
+// Syncs a folder's entries (a file created, renamed or removed) to the disk; false on failure.
+bool sync_folder(const std::string &dir);
 
 // Position of a track in a playlist, or -1.
 int plist_find(const playlist &p, int album, int track);

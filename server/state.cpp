@@ -1,7 +1,11 @@
 #include "server/state.hpp"
 
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <ctime>
+#include <fcntl.h>
+#include <sys/file.h>
 
 server_paths paths_for_root(const std::string &root)
 {
@@ -15,6 +19,22 @@ server_paths paths_for_root(const std::string &root)
 std::int64_t wall_now(const server_state &st)
 {
     return st.wall_clock != nullptr ? st.wall_clock() : static_cast<std::int64_t>(std::time(nullptr));
+}
+
+bool lock_root(const std::string &root, unique_fd &held, std::string &error)
+{
+    // The lock is on the folder itself: nothing to create, and it goes with the process.
+    unique_fd fd(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (fd.fd < 0) {
+        error = std::strerror(errno);
+        return false;
+    }
+    if (::flock(fd.fd, LOCK_EX | LOCK_NB) != 0) {
+        error = errno == EWOULDBLOCK ? "another zerkaserver is using it" : std::strerror(errno);
+        return false;
+    }
+    held = std::move(fd);
+    return true;
 }
 
 bool state_open(server_state &st, const std::string &root, std::string &error)

@@ -123,5 +123,9 @@ struct server_state {
 // The wall clock of the state.
 std::int64_t wall_now(const server_state &st);
 
+// Takes the lock that lets one server at a time use a root (held as long as
+// `held` stays open). False when another process holds it or it cannot be taken, with a reason.
+bool lock_root(const std::string &root, unique_fd &held, std::string &error);
+
 // Opens the store and the settings of a root whose folders exist. False with a reason.
 bool state_open(server_state &st, const std::string &root, std::string &error);

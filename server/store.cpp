@@ -14,6 +14,8 @@ void sqlite_closer::operator()(sqlite3 *db) const { sqlite3_close(db); }
 
 namespace {
 
+constexpr int k_busy_wait_ms = 100;   // the longest wait for a database lock held elsewhere
+
 constexpr const char *k_schema = R"sql(
 CREATE TABLE IF NOT EXISTS entries(
   album INTEGER NOT NULL, entry INTEGER NOT NULL,
@@ -57,8 +59,15 @@ struct statement {
     }
     // Steps once: SQLITE_ROW, SQLITE_DONE or an error code.
     int step() { return st != nullptr ? sqlite3_step(st) : SQLITE_ERROR; }
-    // Runs a statement that returns no rows; true on success.
-    bool run() { return step() == SQLITE_DONE; }
+    // Runs a statement that returns no rows; true on success, a failure is logged.
+    bool run()
+    {
+        if (step() == SQLITE_DONE)
+            return true;
+        if (st != nullptr)
+            slog("database: %s", sqlite3_errmsg(sqlite3_db_handle(st)));
+        return false;
+    }
     std::int64_t integer(int col) const { return sqlite3_column_int64(st, col); }
     std::string_view text(int col) const
     {
@@ -68,24 +77,75 @@ struct statement {
     }
 };
 
+// SQLite's text for the last failure of exec, for the start-up message.
+std::string last_error;
+
 // Runs SQL without results; a failure is logged.
 bool exec(sqlite3 *db, const char *sql)
 {
     char *err = nullptr;
     if (sqlite3_exec(db, sql, nullptr, nullptr, &err) != SQLITE_OK) {
-        slog("database: %s", err != nullptr ? err : "error");
+        last_error = err != nullptr ? err : sqlite3_errmsg(db);
+        slog("database: %s", last_error.c_str());
         sqlite3_free(err);
         return false;
     }
     return true;
 }
 
-// A write transaction, rolled back unless committed.
+// Whether the database file is still where it was opened: a file deleted or
+// moved away (its root removed) would take changes that no restart sees.
+bool still_in_place(sqlite3 *db)
+{
+    int moved = 0;
+    if (sqlite3_file_control(db, "main", SQLITE_FCNTL_HAS_MOVED, &moved) != SQLITE_OK || moved != 0) {
+        slog("database: the file was deleted or moved away; changes are refused");
+        return false;
+    }
+    return true;
+}
+
+// Runs a pragma and checks the value it answers.
+bool pragma_is(sqlite3 *db, const char *sql, std::string_view want)
+{
+    statement st(db, sql);
+    if (st.step() != SQLITE_ROW) {
+        last_error = sqlite3_errmsg(db);
+        return false;
+    }
+    if (st.text(0) != want) {
+        last_error = "the database cannot run in WAL mode";
+        slog("database: \"%s\" answered \"%.*s\"", sql, static_cast<int>(st.text(0).size()), st.text(0).data());
+        return false;
+    }
+    return true;
+}
+
+// Whether a change can be stored: a write that is rolled back. A database
+// opened read-only, or whose folder refuses new files, fails here at start-up
+// rather than on the first change.
+bool writable(sqlite3 *db)
+{
+    if (sqlite3_db_readonly(db, "main") != 0) {
+        last_error = sqlite3_errstr(SQLITE_READONLY);
+        return false;
+    }
+    if (!exec(db, "BEGIN IMMEDIATE"))
+        return false;
+    const bool ok = exec(db, "INSERT OR REPLACE INTO settings VALUES('opened', 'yes')");
+    exec(db, "ROLLBACK");
+    return ok;
+}
+
+// A write transaction, rolled back unless committed. When it cannot begin
+// (another program holds the database, the file has gone) `open` is false and
+// the change must be refused before any statement runs: outside a transaction
+// each statement would be stored on its own.
 struct transaction {
     sqlite3 *db;
     bool open;
 
-    explicit transaction(sqlite3 *d) : db(d), open(exec(d, "BEGIN IMMEDIATE")) {}
+    explicit transaction(sqlite3 *d) : db(d), open(still_in_place(d) && exec(d, "BEGIN IMMEDIATE")) {}
     transaction(const transaction &) = delete;
     transaction &operator=(const transaction &) = delete;
     ~transaction()
@@ -142,6 +202,8 @@ bool save_entries(album_store &s, int album, const std::vector<int> &which)
 {
     stored_album &a = *s.slots[static_cast<std::size_t>(album)];
     transaction tx(s.db.get());
+    if (!tx.open)
+        return false;
     for (int i : which)
         if (!insert_entry(s.db.get(), album, i, a.entries[static_cast<std::size_t>(i)]))
             return false;
@@ -176,7 +238,7 @@ bool load_all(album_store &s)
         auto &slot = s.slots[static_cast<std::size_t>(album)];
         if (slot == nullptr)
             slot = std::make_unique<stored_album>();
-        if (slot->entries.size() >= k_max_entries - 1u)
+        if (slot->entries.size() >= static_cast<std::size_t>(k_max_entries))
             continue;   // the text format holds the album and 99 tracks
         track_rec t{};
         copy_bounded(t.artist, st.text(2).substr(0, k_max_text_field));
@@ -257,13 +319,17 @@ bool store_open(album_store &s, const std::string &path, std::string &error)
         s.db.reset();
         return false;
     }
-    sqlite3_busy_timeout(s.db.get(), 2000);
-    // WAL: a change is committed before it is acknowledged, so killing the server
-    // loses nothing acknowledged (NORMAL syncs at checkpoints; only a power cut
-    // could cost the last moments).
-    if (!exec(s.db.get(), "PRAGMA journal_mode=WAL") || !exec(s.db.get(), "PRAGMA synchronous=NORMAL") ||
-        !exec(s.db.get(), k_schema) || !load_all(s)) {
-        error = sqlite3_errmsg(s.db.get());
+    sqlite3 *db = s.db.get();
+    // The one server thread never waits long for a lock another program holds:
+    // the change is refused instead.
+    sqlite3_busy_timeout(db, k_busy_wait_ms);
+    // WAL with FULL: each change is committed and its log synced to the disk
+    // before it is acknowledged, so neither a kill nor a power cut loses it.
+    last_error.clear();
+    const bool ok = pragma_is(db, "PRAGMA journal_mode=WAL", "wal") && exec(db, "PRAGMA synchronous=FULL") &&
+                    exec(db, k_schema) && writable(db) && load_all(s);
+    if (!ok) {
+        error = !last_error.empty() ? last_error : std::string(sqlite3_errmsg(db));
         s.db.reset();
         return false;
     }
@@ -312,9 +378,15 @@ bool store_write_text(album_store &s, int n, std::string_view text)
         t.mark = 0;
         if (t.status == '\0')
             t.status = '-';
+        // An entry line without a time would be written with a leading blank,
+        // and read back with its status letter as the time.
+        if (t.time[0] == '\0')
+            copy_bounded(t.time, "00:00");
         entries.push_back(t);
     }
     transaction tx(s.db.get());
+    if (!tx.open)
+        return false;
     statement del(s.db.get(), "DELETE FROM entries WHERE album=?");
     if (!del.bind(1, n).run())
         return false;
@@ -339,6 +411,8 @@ bool store_delete(album_store &s, int n)
     if (get_mut(s, n) == nullptr)
         return false;
     transaction tx(s.db.get());
+    if (!tx.open)
+        return false;
     statement del(s.db.get(), "DELETE FROM entries WHERE album=?");
     statement links(s.db.get(), "SELECT track FROM chains WHERE album=?");
     if (!del.bind(1, n).run())
@@ -429,16 +503,24 @@ bool store_record_play(album_store &s, int album, int track, std::int64_t when)
     stored_album *a = get_mut(s, album);
     if (a == nullptr || track < 1 || track > store_track_count(s, album))
         return false;
+    const track_rec album_before = a->entries[0];
+    const track_rec track_before = a->entries[static_cast<std::size_t>(track)];
     a->entries[static_cast<std::size_t>(track)].last_played = when;
     a->entries[static_cast<std::size_t>(track)].plays += 1;
     a->entries[0].last_played = when;
-    return save_entries(s, album, {0, track});
+    if (save_entries(s, album, {0, track}))
+        return true;
+    a->entries[0] = album_before;
+    a->entries[static_cast<std::size_t>(track)] = track_before;
+    return false;
 }
 
 std::optional<std::vector<int>> store_reset_plays(album_store &s)
 {
     std::vector<int> changed;
     transaction tx(s.db.get());
+    if (!tx.open)
+        return std::nullopt;
     statement st(s.db.get(), "UPDATE entries SET plays=0 WHERE plays<>0");
     if (!st.run() || !tx.commit())
         return std::nullopt;
@@ -459,9 +541,10 @@ std::optional<std::vector<int>> store_reset_plays(album_store &s)
     return changed;
 }
 
-std::vector<int> store_check_media(album_store &s, const std::string &media_dir)
+bool store_check_media(album_store &s, const std::string &media_dir, std::vector<int> &changed)
 {
-    std::vector<int> changed;
+    changed.clear();
+    bool all_stored = true;
     for (int n = 0; n < k_album_slots; ++n) {
         stored_album *a = get_mut(s, n);
         if (a == nullptr)
@@ -476,10 +559,15 @@ std::vector<int> store_check_media(album_store &s, const std::string &media_dir)
             continue;
         for (int i : gone)
             a->entries[static_cast<std::size_t>(i)].online = 0;
-        if (save_entries(s, n, gone))
+        if (save_entries(s, n, gone)) {
             changed.push_back(n);
+            continue;
+        }
+        for (int i : gone)
+            a->entries[static_cast<std::size_t>(i)].online = 1;
+        all_stored = false;
     }
-    return changed;
+    return all_stored;
 }
 
 int store_allocate(album_store &s, bool temp)
@@ -531,6 +619,8 @@ bool store_link(album_store &s, int album, int track, int head_album, int head_t
         return false;
     sqlite3 *db = s.db.get();
     transaction tx(db);
+    if (!tx.open)
+        return false;
     int ha = 0;
     int ht = 0;
     const bool linked = chain_head(db, album, track, ha, ht);
@@ -584,8 +674,21 @@ std::string store_setting(const album_store &s, std::string_view key, std::strin
 
 bool store_set_setting(album_store &s, std::string_view key, std::string_view value)
 {
+    const setting_value one[] = {{key, value}};
+    return store_set_settings(s, one);
+}
+
+bool store_set_settings(album_store &s, std::span<const setting_value> values)
+{
     if (s.db == nullptr)
         return false;
-    statement st(s.db.get(), "INSERT OR REPLACE INTO settings VALUES(?,?)");
-    return st.bind(1, key).bind(2, value).run();
+    transaction tx(s.db.get());
+    if (!tx.open)
+        return false;
+    for (const setting_value &v : values) {
+        statement st(s.db.get(), "INSERT OR REPLACE INTO settings VALUES(?,?)");
+        if (!st.bind(1, v.key).bind(2, v.value).run())
+            return false;
+    }
+    return tx.commit();
 }

@@ -1,7 +1,9 @@
-// The album database: albums 1..3000 and 9000..9019 kept in SQLite (WAL,
-// one transaction per change, so that nothing acknowledged is lost when the
-// server is killed), mirrored in memory for the replies, plus the track
-// chains and the server's few settings (playing mode, selection playlist).
+// The album database: albums 1..3000 and 9000..9019 kept in SQLite (WAL with
+// FULL sync, one transaction per change, so that nothing acknowledged is lost
+// when the server is killed or the power fails; a change that cannot be stored
+// whole is refused before any of it is written), mirrored in memory for the
+// replies, plus the track chains and the server's few settings (playing mode,
+// selection playlist).
 #pragma once
 
 #include "proto/album_text.hpp"
@@ -10,6 +12,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -97,8 +100,9 @@ bool store_record_play(album_store &s, int album, int track, std::int64_t when);
 std::optional<std::vector<int>> store_reset_plays(album_store &s);
 
 // Marks off line every on-line track of 1..3000 and 9000..9019 whose media
-// file is missing under media_dir; returns the albums that changed.
-std::vector<int> store_check_media(album_store &s, const std::string &media_dir);
+// file is missing under media_dir; `changed` gets the albums that changed.
+// False when the change of some album could not be stored (that album stays as it was).
+bool store_check_media(album_store &s, const std::string &media_dir, std::vector<int> &changed);
 
 // Hands out a free number (temp false: the next of 1..3000, temp true: one of
 // 9000..9019) and holds it until it is written or released; 0 when none is free.
@@ -120,3 +124,12 @@ std::string store_setting(const album_store &s, std::string_view key, std::strin
 
 // Stores a setting; false on a database error.
 bool store_set_setting(album_store &s, std::string_view key, std::string_view value);
+
+// One setting to store.
+struct setting_value {
+    std::string_view key;
+    std::string_view value;
+};
+
+// Stores several settings in one transaction: all of them, or none (false).
+bool store_set_settings(album_store &s, std::span<const setting_value> values);

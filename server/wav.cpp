@@ -58,7 +58,8 @@ bool wav_parse_layout(const unsigned char *head, std::size_t head_len, std::int6
                 out.data_offset = static_cast<std::int64_t>(pos + 8);
                 break;
             }
-            pos += 8 + size + (size & 1);
+            // In size_t: in 32 bits a chunk size near 4 GiB would wrap to 0 and never move on.
+            pos += 8 + static_cast<std::size_t>(size) + (size & 1);
         }
     }
     if (file_size <= out.data_offset)

@@ -1,13 +1,21 @@
-// Runs a fuzz target without libFuzzer: random inputs, and mutations of a few
-// well-formed seeds the target may offer, for a fixed number of rounds.
+// Runs a fuzz target without libFuzzer: every seed of its corpus folder (and
+// any the target offers in its code) as it stands, then for a fixed number of
+// rounds random inputs and mutations of those seeds.
+//
+//   <target> [rounds] [corpus folder]
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <random>
+#include <string>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
-// A target may provide seeds; the default has none.
+// A target may offer seeds in its code; the corpus folder is the place for them.
 extern "C" [[gnu::weak]] std::size_t zerka_fuzz_seed_count() { return 0; }
 extern "C" [[gnu::weak]] const char *zerka_fuzz_seed(std::size_t, std::size_t *len)
 {
@@ -15,18 +23,47 @@ extern "C" [[gnu::weak]] const char *zerka_fuzz_seed(std::size_t, std::size_t *l
     return "";
 }
 
+namespace {
+
+// The files of a corpus folder, in name order.
+std::vector<std::string> read_corpus(const char *dir)
+{
+    std::vector<std::filesystem::path> names;
+    std::error_code ec;
+    for (const auto &e : std::filesystem::directory_iterator(dir, ec))
+        if (e.is_regular_file())
+            names.push_back(e.path());
+    std::sort(names.begin(), names.end());
+    std::vector<std::string> seeds;
+    for (const auto &n : names) {
+        std::ifstream in(n, std::ios::binary);
+        seeds.emplace_back(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    return seeds;
+}
+
+void run(const std::vector<std::uint8_t> &buf) { LLVMFuzzerTestOneInput(buf.data(), buf.size()); }
+
+}   // namespace
+
 int main(int argc, char **argv)
 {
     const long rounds = argc > 1 ? std::atol(argv[1]) : 10000;
+    std::vector<std::string> seeds = argc > 2 ? read_corpus(argv[2]) : std::vector<std::string>{};
+    for (std::size_t i = 0; i < zerka_fuzz_seed_count(); ++i) {
+        std::size_t len = 0;
+        const char *seed = zerka_fuzz_seed(i, &len);
+        seeds.emplace_back(seed, len);
+    }
     std::mt19937 rng(12345);
     std::vector<std::uint8_t> buf;
-    const std::size_t seeds = zerka_fuzz_seed_count();
+    for (const std::string &seed : seeds)
+        run(std::vector<std::uint8_t>(seed.begin(), seed.end()));
     for (long i = 0; i < rounds; ++i) {
         buf.clear();
-        if (seeds > 0 && i % 2 == 0) {
-            std::size_t len = 0;
-            const char *seed = zerka_fuzz_seed(static_cast<std::size_t>(i / 2) % seeds, &len);
-            buf.assign(seed, seed + len);
+        if (!seeds.empty() && i % 2 == 0) {
+            const std::string &seed = seeds[static_cast<std::size_t>(i / 2) % seeds.size()];
+            buf.assign(seed.begin(), seed.end());
             const int edits = 1 + static_cast<int>(rng() % 8);
             for (int e = 0; e < edits && !buf.empty(); ++e) {
                 const std::size_t at = rng() % buf.size();
@@ -42,7 +79,7 @@ int main(int argc, char **argv)
             for (std::size_t k = 0; k < len; ++k)
                 buf.push_back(static_cast<std::uint8_t>(rng() % 4 == 0 ? "0123456789abcdef \n~:/"[rng() % 21] : rng()));
         }
-        LLVMFuzzerTestOneInput(buf.data(), buf.size());
+        run(buf);
     }
     return 0;
 }

@@ -19,7 +19,10 @@ extern char paranoia[64];         // PARANOIA: options of the CD ripping tool
 extern char cd_rom[64];           // CD_DRIVE: device of a local CD drive
 extern int cd_present;            // 1 when cd_rom begins with "/"
 extern char wav_path[64];         // WAV_PATH: parent of the incoming WAV folders
-extern char dirname[64];          // WAV_FOLDER: folder new albums are made from
+// WAV_FOLDER: folder new albums are made from. Its symbol is not "dirname":
+// that would stand in for the C library's dirname() for every library of the
+// program (a call to it would jump into this text).
+extern char dirname[64] asm("zerka_wav_folder");
 extern int max_cdr_length;        // MAX_CDR_LENGTH: recordable CD capacity, 4800 when absent or 0
 extern int master;                // 1 in master mode
 extern int local_server;          // 1 in local mode

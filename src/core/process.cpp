@@ -1,6 +1,7 @@
 #include "core/process.hpp"
 
 #include "core/config.hpp"
+#include "core/pgrep_pattern.hpp"
 
 #include <cerrno>
 #include <cstdio>
@@ -48,8 +49,9 @@ int run_program(const char *const argv[], bool quiet)
 
 pid_t find_process(const char *role)
 {
-    char pattern[64];
-    std::snprintf(pattern, sizeof pattern, "^%s %s.*", prog_desc, role);
+    char pattern[96];
+    if (!pgrep_pattern(pattern, sizeof pattern, prog_desc, role))
+        return 0;
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0)
         return 0;

@@ -239,7 +239,7 @@ int move_track(const shown_track &t, int key, int mode)
 int delete_track(const shown_track &t, int key, int mode)
 {
     const auto reply = element_request(PLIST_DELETE, t.album_no, t.track_no);
-    char deleted[256];
+    char deleted[320];   // room for the longest artist, title and playlist name
     std::snprintf(deleted, sizeof deleted, "%s - %s:  Deleted From Playlist %s", t.artist, t.title, cur_plist);
     return reread(key, mode, reply.album != k_refused ? deleted : nullptr);
 }

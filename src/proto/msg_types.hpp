@@ -193,18 +193,20 @@ inline constexpr msg_type_entry msg_types[] = {
 };
 static_assert(std::ranges::is_sorted(msg_types, {}, &msg_type_entry::code));
 
-// The row of a type, or nullptr for a code without a name.
-constexpr const msg_type_entry *find_msg_type(std::int64_t code)
+// The row of a type in msg_types, or -1 for a code without a name. (An index
+// rather than a pointer: GCC 12 cannot evaluate a pointer's comparison with
+// nullptr at compile time when the undefined-behaviour sanitizer is on.)
+constexpr int msg_type_row(std::int64_t code)
 {
     const auto it = std::ranges::lower_bound(msg_types, code, {}, &msg_type_entry::code);
-    return it != std::end(msg_types) && it->code == code ? &*it : nullptr;
+    return it != std::end(msg_types) && it->code == code ? static_cast<int>(it - std::begin(msg_types)) : -1;
 }
 
 // The name the tracer prints for a type, or an empty view when it prints the number.
 constexpr std::string_view traced_msg_name(std::int64_t code)
 {
-    const msg_type_entry *e = find_msg_type(code);
-    return e != nullptr && e->traced ? e->name : std::string_view{};
+    const int row = msg_type_row(code);
+    return row >= 0 && msg_types[row].traced ? msg_types[row].name : std::string_view{};
 }
 
 // Code of a type by name (any name in the table), or -1.

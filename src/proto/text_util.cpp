@@ -8,7 +8,8 @@ bool copy_bounded(char *dst, std::size_t cap, std::string_view src)
     if (cap == 0)
         return src.empty();
     const std::size_t n = src.size() < cap - 1 ? src.size() : cap - 1;
-    std::memcpy(dst, src.data(), n);
+    if (n > 0)   // an empty view may hold no pointer, and memcpy may not be given none
+        std::memcpy(dst, src.data(), n);
     dst[n] = '\0';
     return n == src.size();
 }

@@ -13,7 +13,8 @@ bool copy_bounded(char (&dst)[N], std::string_view src)
 {
     static_assert(N > 0);
     const std::size_t n = src.size() < N - 1 ? src.size() : N - 1;
-    std::memcpy(dst, src.data(), n);
+    if (n > 0)   // an empty view may hold no pointer, and memcpy may not be given none
+        std::memcpy(dst, src.data(), n);
     dst[n] = '\0';
     return n == src.size();
 }

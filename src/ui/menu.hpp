@@ -40,14 +40,24 @@ int brk_func(const void *arg, int code, const char *label);    // leave two leve
 // The row that ends every table.
 inline constexpr menu_item end_row = {.label = "", .handler = null_func, .argument = nullptr, .code = 0};
 
+// Whether a row's handler is null_func, at compile time. GCC with the
+// undefined-behaviour sanitizer cannot compare two different functions'
+// addresses there (either might be null, it supposes); such a pair is taken
+// as different, which two functions of the program always are.
+constexpr bool ends_table(menu_handler h)
+{
+    constexpr menu_handler end = null_func;   // the menu's null_func, whatever else has the name
+    return __builtin_constant_p(h == end) && h == end;
+}
+
 // A table ends with the null_func row and has no other (checked at compile time by each table file).
 template <std::size_t N>
 constexpr bool well_formed(const menu_item (&table)[N])
 {
     for (std::size_t i = 0; i + 1 < N; ++i)
-        if (table[i].handler == null_func || table[i].label == nullptr)
+        if (ends_table(table[i].handler) || table[i].label == nullptr)
             return false;
-    return table[N - 1].handler == null_func;
+    return ends_table(table[N - 1].handler);
 }
 
 // A key that every menu hands to the program rather than to its rows (the

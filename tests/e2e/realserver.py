@@ -5,6 +5,7 @@
     c = srv.client()                     # a protocol client (greeted)
     c.request(GET_MODE).album            # one request, its reply
     srv.kill(); srv.start()              # kill -9 and start again on the same root
+    srv.terminate(); srv.start()         # SIGTERM and start again
     srv.stop()                           # SIGTERM, wait, remove the root (unless keep_root)
 
 The root is short (/tmp/zksXXXXXX), because the client keeps its root in 80
@@ -101,12 +102,13 @@ class ProtoClient:
 class RealServer:
     """A zerkaserver process on a temporary root and a free loopback port."""
 
-    def __init__(self, root=None, demo=False, keep_root=False, args=(), port=None):
+    def __init__(self, root=None, demo=False, keep_root=False, args=(), port=None, wrapper=()):
         if root is None:
             root = make_demo_root() if demo else tempfile.mkdtemp(prefix="zks", dir="/tmp")
         self.root = root
         self.keep_root = keep_root
         self.args = list(args)
+        self.wrapper = list(wrapper)   # a command the server runs under (prlimit, setpriv)
         self.proc = None
         self.clients = []   # protocol clients, closed before the server is stopped
         self.port = None
@@ -117,8 +119,8 @@ class RealServer:
     def start(self, port=None):
         """Starts the server (again) on the same root; by default on the port it had, else a free one."""
         want = port if port is not None else (self.port or 0)
-        self.proc = subprocess.Popen([ZERKASERVER, "--root", self.root, "--port", str(want), "--log", self.log]
-                                     + self.args, stdout=subprocess.PIPE, text=True)
+        self.proc = subprocess.Popen(self.wrapper + [ZERKASERVER, "--root", self.root, "--port", str(want),
+                                                     "--log", self.log] + self.args, stdout=subprocess.PIPE, text=True)
         line = self.proc.stdout.readline()
         if not line.startswith("zerkaserver listening on "):
             self.proc.kill()
@@ -139,6 +141,12 @@ class RealServer:
         if self.alive():
             self.proc.send_signal(signal.SIGKILL)
         self.proc.wait()
+
+    def terminate(self):
+        """SIGTERM and wait; the root stays for a start again."""
+        if self.alive():
+            self.proc.send_signal(signal.SIGTERM)
+        self.proc.wait(timeout=30)
 
     def stop(self):
         # The server waits a few seconds for its clients to leave after telling them it stops.

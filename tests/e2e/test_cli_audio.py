@@ -108,3 +108,26 @@ def test_audio_starts_the_streamer_which_talks_to_the_master(cli, fake, desc):
 def test_audio_ends_the_run(cli, fake, desc, stand_in):
     assert run_ok(cli, fake, "--audio-off", "--mode") == "Local audio terminated\n"
     assert [m for m in fake.received if m.type != CLIENT_OPEN] == []
+
+
+def test_a_name_with_pattern_characters_matches_no_other_program(cli, fake, root):
+    """SERVER_NAME "a.*": as a pattern it would match any program whose command
+    line begins with "a" and goes on to " Streamer"; the streamer is found by
+    the name itself, and nothing else is ever killed."""
+    tail = "".join(random.choice(string.ascii_lowercase) for _ in range(6))
+    write_cfg(root, fake.port, extra={"SERVER_NAME": "Q.*"})
+    bystander = subprocess.Popen(["Q%s Streamer" % tail, "600"], executable="/bin/sleep")
+    own = None
+    try:
+        assert wait_until(lambda: bystander.pid in streamers("Q%s" % tail))
+        assert run_ok(cli, fake, "--audio-off") == "Local audio is not enabled\n"
+        own = subprocess.Popen(["Q.* Streamer", "600"], executable="/bin/sleep")
+        assert wait_until(lambda: own.pid in streamers("Q\\.\\*"))
+        assert run_ok(cli, fake, "--audio-off") == "Local audio terminated\n"
+        assert own.wait(5) == -signal.SIGKILL
+        assert bystander.poll() is None
+    finally:
+        for p in (bystander, own):
+            if p is not None and p.poll() is None:
+                p.kill()
+                p.wait()

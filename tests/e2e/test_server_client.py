@@ -121,9 +121,10 @@ def test_the_play_time_counter_runs_after_go(served):
             t.pump(0.1)
         first = counter(t)
         assert first is not None and first >= 3
-        time.sleep(2.2)
-        t.pump(0.2)
-        assert counter(t) < first
+        deadline = time.monotonic() + 15
+        while (counter(t) is None or counter(t) >= first) and time.monotonic() < deadline:
+            t.pump(0.1)
+        assert counter(t) is not None and counter(t) < first   # it counts down
         t.wait_for("0002/01 Osgood Pellin Quartet", row=2)   # 1/2 left the playlist when it started
     finally:
         t.kill()
@@ -144,10 +145,11 @@ def test_skip_fades_to_the_next_track(served):
         skipped = time.monotonic()
         t.send("y")
         t.wait_for("00:0", row=COUNTER_ROW, col=COUNTER_COL)
-        assert counter(t) in (7, 8)
+        assert counter(t) <= 8   # what is left of the fade
         assert watcher.wait_notice(SKIP).album == 1
-        watcher.wait_notice(PLIST_NOW, timeout=15, pred=lambda m: (m.album, m.track) == (1, 1))
-        assert 7.0 < time.monotonic() - skipped < 10.5   # eight seconds of fade, not the 40 of the track
+        watcher.wait_notice(PLIST_NOW, timeout=45, pred=lambda m: (m.album, m.track) == (1, 1))
+        # Eight seconds of fade, not the 39 left of the track (margins no loaded machine can break).
+        assert 7.0 < time.monotonic() - skipped < 30
     finally:
         t.kill()
 

@@ -1,8 +1,11 @@
 #include "protocol_fixture.hpp"
 #include "server/playlists.hpp"
+#include "sync_probe.hpp"
 
+#include <cstdio>
 #include <filesystem>
 #include <sqlite3.h>
+#include <string_view>
 
 namespace {
 
@@ -505,6 +508,112 @@ TEST_F(Protocol, AudioTurnsAConnectionIntoAStream)
     EXPECT_EQ(r.type, AUDIO);
     EXPECT_EQ(r.text, "");
     EXPECT_TRUE(a.audio);
+}
+
+TEST_F(Protocol, AModeThatCannotBeStoredIsRefusedAndNotTaken)
+{
+    send(a, RANDOM);
+    other_writer other(root.path("zerka.db"));
+    ASSERT_TRUE(other.exec("BEGIN IMMEDIATE"));
+    EXPECT_EQ(send(a, MIXED).album, 0xFFFF);
+    EXPECT_TRUE(notices().empty());
+    EXPECT_EQ(send(a, GET_MODE).album, 3);
+    root.write("PlayLists/party", "");
+    const frame_fields r = send(a, SET_PLIST, 5, 1, "party");
+    EXPECT_EQ(r.album, 0);
+    EXPECT_EQ(r.track, 3);   // "Problem opening playlist"
+    EXPECT_EQ(send(a, GET_MODE).album, 3);
+    EXPECT_EQ(send(a, GET_PLIST).text, "");
+    ASSERT_TRUE(other.exec("ROLLBACK"));
+    EXPECT_EQ(store_setting(st.store, "mode", ""), "3");
+    EXPECT_EQ(store_setting(st.store, "selection", ""), "");
+    EXPECT_EQ(send(a, MIXED).album, 1);
+    EXPECT_EQ(store_setting(st.store, "mode", ""), "4");
+}
+
+TEST_F(Protocol, ResetAndRefreshThatCannotBeStoredAreRefused)
+{
+    add_album(1, simple_album("A", 1));
+    store_record_play(st.store, 1, 1, 5);
+    other_writer other(root.path("zerka.db"));
+    ASSERT_TRUE(other.exec("BEGIN IMMEDIATE"));
+    EXPECT_EQ(send(a, RESET).album, 0xFFFF);
+    EXPECT_TRUE(notices().empty());
+    EXPECT_EQ(store_entry(st.store, 1, 1)->plays, 1);
+    EXPECT_EQ(send(a, REFRESH).album, 0xFFFF);   // the track has no media file
+    EXPECT_TRUE(notices().empty());
+    EXPECT_EQ(store_entry(st.store, 1, 1)->online, 1);
+    ASSERT_TRUE(other.exec("ROLLBACK"));
+}
+
+TEST_F(Protocol, ADeletedPlaylistIsGoneFromTheDiskBeforeTheReply)
+{
+    root.write("PlayLists/party", "");
+    sync_probe_start();
+    EXPECT_EQ(send(a, DELETE, 1, 0, "party").album, 1);
+    const std::vector<sync_event> calls = sync_probe_stop();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].call, "fsync");
+    EXPECT_EQ(calls[0].path, std::filesystem::canonical(root.path("PlayLists")).string());
+}
+
+TEST_F(Protocol, NothingIsAcknowledgedOnceTheRootHasGone)
+{
+    add_album(1, simple_album("A", 1));
+    std::filesystem::remove_all(root.dir);
+    EXPECT_EQ(send(a, ALBUM_WRITE, 2, 0, simple_album("B", 1)).album, 0xFFFF);
+    EXPECT_TRUE(notices().empty());
+    EXPECT_EQ(send(a, ALBUM_READ, 2).album, 0xFFFD);
+    EXPECT_EQ(send(a, SHORTLIST, 1, 1).album, 0xFFFF);
+    EXPECT_EQ(send(a, RANDOM).album, 0xFFFF);
+    EXPECT_EQ(send(a, PLIST_ADD, 1, 1, "current.lst").album, 0xFFFF);
+}
+
+struct link_head_case {
+    std::string_view text;
+    bool ok;
+    int album;
+    int track;
+};
+
+TEST(LinkHead, ReadsWhatScanfReadsAndRefusesNumbersBeyondAnInt)
+{
+    using namespace std::string_view_literals;
+    constexpr link_head_case cases[] = {
+        {"0001 02", true, 1, 2},
+        {"0000 00", true, 0, 0},
+        {"  12\t\n34 and more", true, 12, 34},
+        {"+5 -6", true, 5, -6},
+        {"7 8", true, 7, 8},
+        {"12", false, 0, 0},
+        {"", false, 0, 0},
+        {"x 1", false, 0, 0},
+        {"1 +-2", false, 0, 0},
+        {"1\0 2"sv, false, 0, 0},
+        {"99999999999 1", false, 0, 0},
+        {"1 -99999999999", false, 0, 0},
+        {"2147483647 -2147483648", true, 2147483647, -2147483648},
+    };
+    for (const link_head_case &c : cases) {
+        int a = 0;
+        int t = 0;
+        EXPECT_EQ(parse_link_head(c.text, a, t), c.ok) << c.text;
+        if (c.ok) {
+            EXPECT_EQ(a, c.album) << c.text;
+            EXPECT_EQ(t, c.track) << c.text;
+            // The same as sscanf where sscanf is defined.
+            int sa = 0;
+            int st = 0;
+            EXPECT_EQ(std::sscanf(std::string(c.text).c_str(), "%d %d", &sa, &st), 2);
+            EXPECT_EQ(sa, a);
+            EXPECT_EQ(st, t);
+        }
+    }
+    // Only the first 63 characters count.
+    int a = 0;
+    int t = 0;
+    EXPECT_FALSE(parse_link_head(std::string(62, ' ') + "1 2", a, t));
+    EXPECT_TRUE(parse_link_head(std::string(59, ' ') + "1 2", a, t));
 }
 
 }   // namespace

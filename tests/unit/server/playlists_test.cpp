@@ -1,4 +1,5 @@
 #include "server/playlists.hpp"
+#include "sync_probe.hpp"
 #include "test_root.hpp"
 
 #include <gtest/gtest.h>
@@ -135,6 +136,23 @@ TEST(Playlists, ListingIsSortedWithoutHiddenFilesOrFolders)
     std::filesystem::create_directory(root.path("PlayLists/folder"));
     EXPECT_EQ(dir_listing(root.path("PlayLists")), "Zed\ncurrent.lst\nparty\n");
     EXPECT_EQ(dir_listing(root.path("nothing")), "");
+}
+
+TEST(Playlists, AFileIsOnTheDiskWithItsNameBeforeTheSaveReturns)
+{
+    temp_root root;
+    const std::string dir = std::filesystem::canonical(root.path("PlayLists")).string();
+    sync_probe_start();
+    ASSERT_TRUE(plist_save(root.path("PlayLists/party"), of({{1, 2}})));
+    const std::vector<sync_event> calls = sync_probe_stop();
+    // The new file's bytes, then the rename, then the folder that holds the new name.
+    ASSERT_EQ(calls.size(), 3u);
+    EXPECT_EQ(calls[0].call, "fsync");
+    EXPECT_EQ(calls[0].path, dir + "/.party.tmp");
+    EXPECT_EQ(calls[1].call, "rename");
+    EXPECT_EQ(calls[1].path, root.path("PlayLists/party"));
+    EXPECT_EQ(calls[2].call, "fsync");
+    EXPECT_EQ(calls[2].path, dir);
 }
 
 }   // namespace

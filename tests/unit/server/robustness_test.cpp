@@ -79,6 +79,19 @@ TEST(WavLayout, AnyHeaderGivesSamplesInsideTheFile)
     }
 }
 
+TEST(WavLayout, AChunkOfNearly4GiBEndsTheWalk)
+{
+    // A chunk size that wrapped a 32-bit step to 0 kept the walk on the same
+    // chunk for ever: a media file that hung the server.
+    unsigned char head[64] = {};
+    std::memcpy(head, "RIFF", 4);
+    std::memcpy(head + 8, "WAVE", 4);
+    std::memcpy(head + 12, "JUNK\xf8\xff\xff\xff", 8);
+    wav_layout l{};
+    ASSERT_TRUE(wav_parse_layout(head, sizeof head, 100000, l));
+    EXPECT_EQ(l.data_offset, 44);   // no data chunk in the head: the fixed header
+}
+
 TEST(WavLayout, TheCanonicalHeaderIsFound)
 {
     unsigned char head[k_wav_header_len];

@@ -6,11 +6,14 @@
 #include "server/state.hpp"
 #include "server/wav.hpp"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <sqlite3.h>
 #include <string>
 #include <vector>
 
@@ -80,3 +83,29 @@ inline void write_media(const server_state &st, int album, int track, int second
 {
     write_wav_file(media_path(st.paths.media, album, track), std::string(static_cast<std::size_t>(seconds) * 176400, '\0'));
 }
+
+// Another program's connection to a database (to hold its write lock, or to look at its rows).
+struct other_writer {
+    sqlite3 *db = nullptr;
+
+    explicit other_writer(const std::string &path)
+    {
+        EXPECT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+        sqlite3_busy_timeout(db, 5000);
+    }
+    other_writer(const other_writer &) = delete;
+    other_writer &operator=(const other_writer &) = delete;
+    ~other_writer() { sqlite3_close(db); }
+
+    bool exec(const char *sql) const { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+
+    // The number of rows a query counts.
+    std::int64_t count(const char *sql) const
+    {
+        sqlite3_stmt *st = nullptr;
+        sqlite3_prepare_v2(db, sql, -1, &st, nullptr);
+        const std::int64_t n = sqlite3_step(st) == SQLITE_ROW ? sqlite3_column_int64(st, 0) : -1;
+        sqlite3_finalize(st);
+        return n;
+    }
+};
