@@ -2,9 +2,10 @@
 
 #include "proto/text_util.hpp"
 
+#include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 namespace {
@@ -21,54 +22,123 @@ bool next_line(const char *text, std::size_t len, std::size_t &pos, std::string_
     return true;
 }
 
-bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+// The blanks of the C locale (the only one the program runs in).
+bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-// Reads one number the way the scanf conversion of that base does (blanks, sign,
-// "0x" for hex); false when no digit follows, which ends the scan.
-template <typename T>
-bool scan_number(const char *&p, int base, T &out)
-{
-    char *end = nullptr;
-    if (base == 16) {
-        const unsigned long v = std::strtoul(p, &end, 16);
-        if (end == p)
-            return false;
-        out = static_cast<T>(v);
-    } else {
-        const long v = std::strtol(p, &end, 10);
-        if (end == p)
-            return false;
-        out = static_cast<T>(v);
+// The value of a hex digit, or 16 for any other byte.
+constexpr std::array<std::uint8_t, 256> k_hex_value = [] {
+    std::array<std::uint8_t, 256> v{};
+    for (auto &x : v)
+        x = 16;
+    for (int c = '0'; c <= '9'; ++c)
+        v[static_cast<std::size_t>(c)] = static_cast<std::uint8_t>(c - '0');
+    for (int c = 'a'; c <= 'f'; ++c) {
+        v[static_cast<std::size_t>(c)] = static_cast<std::uint8_t>(c - 'a' + 10);
+        v[static_cast<std::size_t>(c - 'a' + 'A')] = static_cast<std::uint8_t>(c - 'a' + 10);
     }
-    p = end;
+    return v;
+}();
+
+unsigned digit_value(const char *p, const char *end)
+{
+    return p < end ? k_hex_value[static_cast<unsigned char>(*p)] : 16U;
+}
+
+// Skips blanks and a sign as strtoul and strtol do; true when the sign was '-'.
+bool skip_blanks_and_sign(const char *&p, const char *end)
+{
+    while (p < end && is_space(*p))
+        ++p;
+    if (p < end && (*p == '+' || *p == '-'))
+        return *p++ == '-';
+    return false;
+}
+
+// Reads one number in [p, end) exactly as strtoul (base 16, with its optional
+// "0x") or strtol (base 10) reads it: blanks, a sign, digits; an overflow gives
+// ULONG_MAX, or LONG_MAX / LONG_MIN. False, leaving p alone, when no digit
+// follows, which ends the scan. (A NUL is neither blank, sign nor digit, so it
+// ends a number as it ends a C string.)
+bool scan_hex(const char *&p, const char *end, std::uint64_t &out)
+{
+    const char *q = p;
+    const bool negative = skip_blanks_and_sign(q, end);
+    // "0x" counts only before a hex digit; otherwise the "0" is the number.
+    if (end - q >= 3 && q[0] == '0' && (q[1] == 'x' || q[1] == 'X') && digit_value(q + 2, end) < 16)
+        q += 2;
+    const char *const digits = q;
+    std::uint64_t v = 0;
+    bool overflow = false;
+    for (unsigned d; (d = digit_value(q, end)) < 16; ++q) {
+        overflow = overflow || (v >> 60) != 0;
+        v = v << 4 | d;
+    }
+    if (q == digits)
+        return false;
+    out = overflow ? std::numeric_limits<std::uint64_t>::max() : negative ? 0 - v : v;
+    p = q;
     return true;
 }
 
-// Scans the third line of an entry as "%5s %c %lx %d %lx %ld" would; fields that
-// the line does not supply stay as they were. (A hand-written scan: the
-// database load reads this line for every track of the library.)
+bool scan_dec(const char *&p, const char *end, std::int64_t &out)
+{
+    const char *q = p;
+    const bool negative = skip_blanks_and_sign(q, end);
+    const char *const digits = q;
+    std::uint64_t v = 0;
+    bool overflow = false;
+    for (unsigned d; (d = digit_value(q, end)) < 10; ++q)
+        overflow = overflow || __builtin_mul_overflow(v, 10U, &v) || __builtin_add_overflow(v, d, &v);
+    if (q == digits)
+        return false;
+    constexpr std::uint64_t k_max = std::numeric_limits<std::int64_t>::max();
+    if (negative)
+        out = overflow || v > k_max + 1 ? std::numeric_limits<std::int64_t>::min() : static_cast<std::int64_t>(0 - v);
+    else
+        out = overflow || v > k_max ? std::numeric_limits<std::int64_t>::max() : static_cast<std::int64_t>(v);
+    p = q;
+    return true;
+}
+
+// How much of a third line is ever looked at.
+constexpr std::size_t k_entry_line_scan = 255;
+
+// Scans the third line of an entry as "%5s %c %lx %d %lx %ld" would, in place:
+// only its first 255 bytes count, and it ends at a NUL; fields that the line
+// does not supply stay as they were. (A hand-written scan: the database load
+// reads this line for every track of the library.)
 void scan_entry_line(std::string_view line, track_rec &t)
 {
-    char buf[256];
-    copy_bounded(buf, line);
-    const char *p = buf;
-    while (is_space(*p))
+    const char *p = line.data();
+    const char *const end = p + (line.size() < k_entry_line_scan ? line.size() : k_entry_line_scan);
+    while (p < end && is_space(*p))
         ++p;
-    if (*p == '\0')
+    if (p == end || *p == '\0')
         return;
     std::size_t n = 0;
-    while (n < 5 && p[n] != '\0' && !is_space(p[n]))
+    while (n < 5 && p + n < end && p[n] != '\0' && !is_space(p[n]))
         ++n;
-    copy_bounded(t.time, std::string_view(p, n));
+    std::memcpy(t.time, p, n);
+    t.time[n] = '\0';
     p += n;
-    while (is_space(*p))
+    while (p < end && is_space(*p))
         ++p;
-    if (*p == '\0')
+    if (p == end || *p == '\0')
         return;
     t.status = *p++;
-    if (!scan_number(p, 16, t.last_played) || !scan_number(p, 10, t.online) || !scan_number(p, 16, t.cd_ident))
+    std::uint64_t hex = 0;
+    std::int64_t dec = 0;
+    if (!scan_hex(p, end, hex))
         return;
-    scan_number(p, 10, t.plays);
+    t.last_played = static_cast<std::int64_t>(hex);
+    if (!scan_dec(p, end, dec))
+        return;
+    t.online = static_cast<std::int32_t>(dec);
+    if (!scan_hex(p, end, hex))
+        return;
+    t.cd_ident = hex;
+    if (scan_dec(p, end, dec))
+        t.plays = dec;
 }
 
 }   // namespace
