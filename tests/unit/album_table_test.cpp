@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -58,6 +61,36 @@ TEST(AlbumTable, ClearingEmptiesEverySlot)
     EXPECT_STREQ(album[1].entry[0].artist, "");
     EXPECT_EQ(album[9020].present, 0);
     EXPECT_EQ(album[4500].entry[99].plays, 0);
+}
+
+// Bytes of the table that are resident, by whole pages.
+std::size_t resident_table_bytes()
+{
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto begin = reinterpret_cast<std::uintptr_t>(album) & ~(page - 1);
+    const auto end = (reinterpret_cast<std::uintptr_t>(album) + sizeof album + page - 1) & ~(page - 1);
+    std::vector<unsigned char> in_core((end - begin) / page);
+    if (mincore(reinterpret_cast<void *>(begin), end - begin, in_core.data()) != 0)
+        return SIZE_MAX;
+    std::size_t pages = 0;
+    for (const unsigned char c : in_core)
+        pages += c & 1U;
+    return pages * page;
+}
+
+TEST(AlbumTable, ClearingHandsThePagesBackAndNeverTouchesTheRest)
+{
+    for (int n = 0; n < k_album_slots; n += 50)
+        album[n].entry[50].plays = n;
+    const std::size_t touched = resident_table_bytes();
+    ASSERT_NE(touched, SIZE_MAX);
+    EXPECT_GT(touched, sizeof album / 2);
+    clear_album_table();
+    // What stays is at most the pages at the two ends (large pages where the kernel gives them).
+    EXPECT_LE(resident_table_bytes(), std::size_t{8} << 20);
+    EXPECT_EQ(album[4500].entry[50].plays, 0);
+    EXPECT_EQ(album[0].entry[50].plays, 0);
+    EXPECT_EQ(album[9000].entry[50].plays, 0);
 }
 
 // Loads taken by the checks below: the albums asked for, and whether the "server" has them.
