@@ -3,6 +3,7 @@
 #include "core/hooks.hpp"
 #include "core/keymap.hpp"
 #include "core/link.hpp"
+#include "core/reply_spin.hpp"
 #include "core/signals.hpp"
 #include "proto/msg_types.hpp"
 
@@ -10,7 +11,9 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <curses.h>
 #include <memory>
 #include <new>
@@ -187,16 +190,28 @@ bool screen_event(bool key_wait)
     return false;
 }
 
+reply_spin spin;   // how long reply waits look before they sleep
+
+std::int64_t monotonic_ns()
+{
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<std::int64_t>(ts.tv_sec) * 1'000'000'000 + ts.tv_nsec;
+}
+
 // Waits up to a second for the keyboard (in the interactive program), the
 // servers and the signal pipe: the number of readable descriptors, 0 after a
-// time-out or an interrupted wait, -1 on any other failure.
-int wait_readable(fd_set &readable)
+// time-out or an interrupted wait, -1 on any other failure. A reply wait first
+// looks without waiting for a while (core/reply_spin.hpp); a look that finds
+// something readable gives exactly what the wait would have given at that moment.
+int wait_readable(fd_set &readable, bool reply_wait)
 {
-    FD_ZERO(&readable);
+    fd_set watched;
+    FD_ZERO(&watched);
     int max_fd = -1;
     const auto watch = [&](int fd) {
         if (fd >= 0) {
-            FD_SET(fd, &readable);
+            FD_SET(fd, &watched);
             max_fd = fd > max_fd ? fd : max_fd;
         }
     };
@@ -205,6 +220,27 @@ int wait_readable(fd_set &readable)
     watch(master_sock);
     watch(cd_srv_sock);
     watch(signal_pipe_fd());
+    const std::int64_t budget = reply_wait ? spin_budget(spin) : 0;
+    if (budget > 0) {
+        const std::int64_t start = monotonic_ns();
+        for (;;) {
+            readable = watched;
+            timeval no_wait = {.tv_sec = 0, .tv_usec = 0};
+            const int ready = select(max_fd + 1, &readable, nullptr, nullptr, &no_wait);
+            const std::int64_t waited = monotonic_ns() - start;
+            if (ready > 0)
+                spin_found(spin, waited);
+            if (ready < 0 && errno == EINTR)
+                return 0;   // an interrupted wait counts as a time-out
+            if (ready != 0)
+                return ready;
+            if (waited >= budget) {
+                spin_missed(spin);
+                break;
+            }
+        }
+    }
+    readable = watched;
     timeval timeout = {.tv_sec = 1, .tv_usec = 0};
     const int ready = select(max_fd + 1, &readable, nullptr, nullptr, &timeout);
     if (ready < 0 && errno == EINTR)
@@ -317,7 +353,7 @@ int get_input(server_msg *msg, int ticks)
             return -1;
         const cursor_place cursor = park_cursor();
         fd_set readable;
-        const int ready = wait_readable(readable);
+        const int ready = wait_readable(readable, !key_wait);
         if (ready < 0) {
             restore_cursor(cursor);
             return -1;
