@@ -347,6 +347,11 @@ bool immediate_operation(carried_fields &c, cli_action action)
 
 void command_line(int argc, char **argv)
 {
+    // A search can print 100,000 lines: into a pipe or a file they go in large
+    // writes (a terminal keeps its line buffering). Nothing is printed before this.
+    static char out_buf[1 << 16];
+    if (isatty(STDOUT_FILENO) == 0)
+        std::setvbuf(stdout, out_buf, _IOFBF, sizeof out_buf);
     carried_fields c;
     const cli_options o = scan_arguments(argc, argv);
     if (immediate_operation(c, o.action))

@@ -53,11 +53,11 @@ receiver &receiver_for(int fd) { return fd == master_sock ? rx_master : rx_local
 
 // Reads what is available of the next message: 1 complete, 0 more to come, -1
 // the server is gone or broke the framing. The first read follows select and
-// may wait; the rest only take what has already arrived, so a slow server never
-// holds up the keyboard.
-int receive_some(int fd, receiver &rx)
+// may wait (unless first_flags say MSG_DONTWAIT); the rest only take what has
+// already arrived, so a slow server never holds up the keyboard.
+int receive_some(int fd, receiver &rx, int first_flags)
 {
-    for (int flags = 0;; flags = MSG_DONTWAIT) {
+    for (int flags = first_flags;; flags = MSG_DONTWAIT) {
         const std::size_t need = rx.header_done ? k_header_len + rx.h.length : k_header_len;
         if (rx.have < need) {
             const ssize_t n = recv(fd, rx.data + rx.have, need - rx.have, flags);
@@ -204,7 +204,7 @@ std::int64_t monotonic_ns()
 // time-out or an interrupted wait, -1 on any other failure. A reply wait first
 // looks without waiting for a while (core/reply_spin.hpp); a look that finds
 // something readable gives exactly what the wait would have given at that moment.
-int wait_readable(fd_set &readable, bool reply_wait)
+int wait_readable(fd_set &readable, bool spin_first)
 {
     fd_set watched;
     FD_ZERO(&watched);
@@ -220,7 +220,7 @@ int wait_readable(fd_set &readable, bool reply_wait)
     watch(master_sock);
     watch(cd_srv_sock);
     watch(signal_pipe_fd());
-    const std::int64_t budget = reply_wait ? spin_budget(spin) : 0;
+    const std::int64_t budget = spin_first ? spin_budget(spin) : 0;
     if (budget > 0) {
         const std::int64_t start = monotonic_ns();
         for (;;) {
@@ -254,10 +254,10 @@ constexpr int k_wait_on = INT_MIN;   // take_readable: the wait goes on
 // The reply ends the wait with its text length (the messages queued meanwhile
 // are handled first); an unsolicited message during a key wait is handled and
 // ends the wait with -1; one during a reply wait is queued.
-int server_readable(int fd, server_msg *msg, bool key_wait, const cursor_place &cursor)
+int server_readable(int fd, server_msg *msg, bool key_wait, const cursor_place &cursor, int first_flags = 0)
 {
     receiver &rx = receiver_for(fd);
-    const int got = receive_some(fd, rx);
+    const int got = receive_some(fd, rx, first_flags);
     if (got < 0)
         server_lost();
     if (got == 0) {
@@ -318,6 +318,42 @@ int take_readable(const fd_set &readable, server_msg *msg, bool key_wait, const 
     return server_readable(fd, msg, key_wait, cursor);
 }
 
+// True when a wait would watch the reply's connection alone (the command-line
+// program, with one server connection and no signal pipe): reading it without
+// waiting is then exactly what select and a read would give.
+bool reply_connection_alone(const server_msg &msg)
+{
+    return !gui && signal_pipe_fd() < 0 && msg.socket >= 0 && msg.socket == master_sock &&
+           (cd_srv_sock == master_sock || cd_srv_sock < 0);
+}
+
+// A reply wait on a connection watched alone: takes what has already arrived,
+// then looks again for a while (core/reply_spin.hpp). Returns what get_input
+// returns, or k_wait_on when the wait must sleep in select.
+int take_without_waiting(server_msg *msg, const cursor_place &cursor)
+{
+    const int fd = static_cast<int>(msg->socket);
+    int result = server_readable(fd, msg, false, cursor, MSG_DONTWAIT);
+    if (result != k_wait_on)
+        return result;
+    const std::int64_t budget = spin_budget(spin);
+    if (budget == 0)
+        return k_wait_on;
+    const std::int64_t start = monotonic_ns();
+    for (;;) {
+        result = server_readable(fd, msg, false, cursor, MSG_DONTWAIT);
+        const std::int64_t waited = monotonic_ns() - start;
+        if (result != k_wait_on) {
+            spin_found(spin, waited);
+            return result;
+        }
+        if (waited >= budget) {
+            spin_missed(spin);
+            return k_wait_on;
+        }
+    }
+}
+
 }   // namespace
 
 void push_key(int key) { typed_ahead.push(key); }
@@ -352,8 +388,14 @@ int get_input(server_msg *msg, int ticks)
         if (gui && screen_event(key_wait))
             return -1;
         const cursor_place cursor = park_cursor();
+        const bool alone = !key_wait && reply_connection_alone(*msg);
+        if (alone) {
+            const int result = take_without_waiting(msg, cursor);
+            if (result != k_wait_on)
+                return result;
+        }
         fd_set readable;
-        const int ready = wait_readable(readable, !key_wait);
+        const int ready = wait_readable(readable, !key_wait && !alone);
         if (ready < 0) {
             restore_cursor(cursor);
             return -1;
