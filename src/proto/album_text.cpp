@@ -39,13 +39,10 @@ constexpr std::array<std::uint8_t, 256> k_hex_value = [] {
     return v;
 }();
 
-unsigned digit_value(const char *p, const char *end)
-{
-    return p < end ? k_hex_value[static_cast<unsigned char>(*p)] : 16U;
-}
+unsigned digit_value(char c) { return k_hex_value[static_cast<unsigned char>(c)]; }
 
 // Skips blanks and a sign as strtoul and strtol do; true when the sign was '-'.
-bool skip_blanks_and_sign(const char *&p, const char *end)
+[[gnu::always_inline]] inline bool skip_blanks_and_sign(const char *&p, const char *end)
 {
     while (p < end && is_space(*p))
         ++p;
@@ -54,50 +51,60 @@ bool skip_blanks_and_sign(const char *&p, const char *end)
     return false;
 }
 
-// Reads one number in [p, end) exactly as strtoul (base 16, with its optional
-// "0x") or strtol (base 10) reads it: blanks, a sign, digits; an overflow gives
-// ULONG_MAX, or LONG_MAX / LONG_MIN. False, leaving p alone, when no digit
-// follows, which ends the scan. (A NUL is neither blank, sign nor digit, so it
-// ends a number as it ends a C string.)
-bool scan_hex(const char *&p, const char *end, std::uint64_t &out)
+// Reads the digits of base `base` at p (at most until end) into v; true when
+// the value overflowed 64 bits. The first `safe` digits cannot overflow, so
+// they go without the check.
+template <unsigned base, int safe>
+[[gnu::always_inline]] inline bool read_digits(const char *&p, const char *end, std::uint64_t &v)
 {
-    const char *q = p;
-    const bool negative = skip_blanks_and_sign(q, end);
-    // "0x" counts only before a hex digit; otherwise the "0" is the number.
-    if (end - q >= 3 && q[0] == '0' && (q[1] == 'x' || q[1] == 'X') && digit_value(q + 2, end) < 16)
-        q += 2;
-    const char *const digits = q;
-    std::uint64_t v = 0;
-    bool overflow = false;
-    for (unsigned d; (d = digit_value(q, end)) < 16; ++q) {
-        overflow = overflow || (v >> 60) != 0;
-        v = v << 4 | d;
+    const char *const fast_end = end - p > safe ? p + safe : end;
+    unsigned d = 0;
+    while (p < fast_end && (d = digit_value(*p)) < base) {
+        v = v * base + d;
+        ++p;
     }
-    if (q == digits)
-        return false;
-    out = overflow ? std::numeric_limits<std::uint64_t>::max() : negative ? 0 - v : v;
-    p = q;
-    return true;
+    bool overflow = false;
+    while (p < end && (d = digit_value(*p)) < base) {
+        overflow = overflow || __builtin_mul_overflow(v, base, &v) || __builtin_add_overflow(v, d, &v);
+        ++p;
+    }
+    return overflow;
 }
 
-bool scan_dec(const char *&p, const char *end, std::int64_t &out)
+// Reads one number in [p, end) exactly as strtoul (base 16, with its optional
+// "0x") or strtol (base 10) reads it: blanks, a sign, digits; an overflow gives
+// ULONG_MAX, or LONG_MAX / LONG_MIN. Returns the end of the number, or nullptr
+// when no digit follows, which ends the scan. (A NUL is neither blank, sign
+// nor digit, so it ends a number as it ends a C string.)
+[[gnu::always_inline]] inline const char *scan_hex(const char *p, const char *end, std::uint64_t &out)
 {
-    const char *q = p;
-    const bool negative = skip_blanks_and_sign(q, end);
-    const char *const digits = q;
+    const bool negative = skip_blanks_and_sign(p, end);
+    // "0x" counts only before a hex digit; otherwise the "0" is the number.
+    if (end - p >= 3 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X') && digit_value(p[2]) < 16)
+        p += 2;
+    const char *const digits = p;
     std::uint64_t v = 0;
-    bool overflow = false;
-    for (unsigned d; (d = digit_value(q, end)) < 10; ++q)
-        overflow = overflow || __builtin_mul_overflow(v, 10U, &v) || __builtin_add_overflow(v, d, &v);
-    if (q == digits)
-        return false;
+    const bool overflow = read_digits<16, 16>(p, end, v);
+    if (p == digits)
+        return nullptr;
+    out = overflow ? std::numeric_limits<std::uint64_t>::max() : negative ? 0 - v : v;
+    return p;
+}
+
+[[gnu::always_inline]] inline const char *scan_dec(const char *p, const char *end, std::int64_t &out)
+{
+    const bool negative = skip_blanks_and_sign(p, end);
+    const char *const digits = p;
+    std::uint64_t v = 0;
+    const bool overflow = read_digits<10, 19>(p, end, v);
+    if (p == digits)
+        return nullptr;
     constexpr std::uint64_t k_max = std::numeric_limits<std::int64_t>::max();
     if (negative)
         out = overflow || v > k_max + 1 ? std::numeric_limits<std::int64_t>::min() : static_cast<std::int64_t>(0 - v);
     else
         out = overflow || v > k_max ? std::numeric_limits<std::int64_t>::max() : static_cast<std::int64_t>(v);
-    p = q;
-    return true;
+    return p;
 }
 
 // How much of a third line is ever looked at.
@@ -128,16 +135,16 @@ void scan_entry_line(std::string_view line, track_rec &t)
     t.status = *p++;
     std::uint64_t hex = 0;
     std::int64_t dec = 0;
-    if (!scan_hex(p, end, hex))
+    if ((p = scan_hex(p, end, hex)) == nullptr)
         return;
     t.last_played = static_cast<std::int64_t>(hex);
-    if (!scan_dec(p, end, dec))
+    if ((p = scan_dec(p, end, dec)) == nullptr)
         return;
     t.online = static_cast<std::int32_t>(dec);
-    if (!scan_hex(p, end, hex))
+    if ((p = scan_hex(p, end, hex)) == nullptr)
         return;
     t.cd_ident = hex;
-    if (scan_dec(p, end, dec))
+    if (scan_dec(p, end, dec) != nullptr)
         t.plays = dec;
 }
 

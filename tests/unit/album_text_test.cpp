@@ -284,6 +284,32 @@ TEST(AlbumTextReference, NulBytesEndTheThirdLine)
     expect_same_as_reference("A\0B\nT\0U\n\003:10 S 1 2 3 4\n"s);
 }
 
+// Numbers of every length around the 64-bit edges, with and without sign and leading zeros.
+TEST(AlbumTextReference, NumbersOfEveryLengthReadAsBefore)
+{
+    std::mt19937 rng(17);
+    const char hex[] = "0123456789abcdefABCDEF";
+    for (int digits = 1; digits <= 24; ++digits) {
+        for (int round = 0; round < 20; ++round) {
+            std::string h;
+            std::string d;
+            for (int i = 0; i < digits; ++i) {
+                h += round == 0 ? 'F' : round == 1 ? '0' : hex[rng() % 22];
+                d += round == 0 ? '9' : round == 1 ? '0' : static_cast<char>('0' + rng() % 10);
+            }
+            for (const char *sign : {"", "-", "+"}) {
+                expect_same_as_reference(std::string("A\nT\n03:10 S ") + sign + h + " " + sign + d + " " + sign + "0x" + h +
+                                         " " + sign + d + "\n");
+                expect_same_as_reference(std::string("A\nT\n03:10 S 1 1 1 ") + sign + "00000" + d + "\n");
+            }
+        }
+    }
+    for (const char *edge : {"18446744073709551615", "18446744073709551616", "9223372036854775807",
+                             "9223372036854775808", "9223372036854775809", "4294967295", "4294967296", "2147483647",
+                             "2147483648", "-2147483648", "-2147483649"})
+        expect_same_as_reference(std::string("A\nT\n03:10 S ") + edge + " " + edge + " " + edge + " " + edge + "\n");
+}
+
 // Only the first 255 bytes of a third line count: a number may be cut, or its "0x" stand at the cut.
 TEST(AlbumTextReference, LongThirdLinesAreCutWhereTheyWereBefore)
 {
