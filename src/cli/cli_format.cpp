@@ -6,11 +6,12 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstring>
 
-void fix_quotes(char *dst, std::size_t cap, std::string_view src)
+std::size_t fix_quotes(char *dst, std::size_t cap, std::string_view src)
 {
     if (cap == 0)
-        return;
+        return 0;
     std::size_t used = 0;
     for (const char c : src) {
         const std::size_t need = c == '"' ? 2 : 1;
@@ -24,7 +25,27 @@ void fix_quotes(char *dst, std::size_t cap, std::string_view src)
         }
     }
     dst[used] = '\0';
+    return used;
 }
+
+namespace {
+
+// Appends n bytes at p; returns the end.
+char *put(char *p, const char *s, std::size_t n)
+{
+    std::memcpy(p, s, n);
+    return p + n;
+}
+
+// Two digits of a number below 100.
+char *put_two_digits(char *p, int n)
+{
+    *p++ = static_cast<char>('0' + n / 10);
+    *p++ = static_cast<char>('0' + n % 10);
+    return p;
+}
+
+}   // namespace
 
 int format_track_line(char *buf, std::size_t cap, int album_no, int track_no, const album_rec &rec)
 {
@@ -33,8 +54,39 @@ int format_track_line(char *buf, std::size_t cap, int album_no, int track_no, co
     const track_rec &t = rec.entry[track_no];
     char artist[2 * sizeof t.artist];
     char title[2 * sizeof t.title];
-    fix_quotes(artist, sizeof artist, {t.artist, strnlen(t.artist, sizeof t.artist)});
-    fix_quotes(title, sizeof title, {t.title, strnlen(t.title, sizeof t.title)});
+    const std::size_t artist_len = fix_quotes(artist, sizeof artist, {t.artist, strnlen(t.artist, sizeof t.artist)});
+    const std::size_t title_len = fix_quotes(title, sizeof title, {t.title, strnlen(t.title, sizeof t.title)});
+    // A search prints this line for every hit: the usual line is put together
+    // by hand, byte for byte what the format below makes of it; anything else
+    // (numbers of other widths, texts without their NUL, a short buffer) goes
+    // through the format.
+    const char *const album_title = rec.entry[0].title;
+    const std::size_t time_len = strnlen(t.time, sizeof t.time);
+    const std::size_t album_title_len = strnlen(album_title, sizeof rec.entry[0].title);
+    const std::size_t len = 7 + 2 + artist_len + 3 + title_len + 2 + time_len + 2 + album_title_len + 2 + 4;
+    if (album_no >= 0 && album_no <= 9999 && time_len < sizeof t.time && album_title_len < sizeof rec.entry[0].title &&
+        len < cap) {
+        char *p = buf;
+        p = put_two_digits(p, album_no / 100);
+        p = put_two_digits(p, album_no % 100);
+        *p++ = '/';
+        p = put_two_digits(p, track_no);
+        p = put(p, ",\"", 2);
+        p = put(p, artist, artist_len);
+        p = put(p, "\",\"", 3);
+        p = put(p, title, title_len);
+        p = put(p, "\",", 2);
+        p = put(p, t.time, time_len);
+        p = put(p, ",\"", 2);
+        p = put(p, album_title, album_title_len);
+        p = put(p, "\",", 2);
+        *p++ = t.online != 0 ? 'Y' : 'N';
+        *p++ = ',';
+        *p++ = t.status == 'S' ? 'Y' : 'N';
+        *p++ = '\n';
+        *p = '\0';
+        return static_cast<int>(p - buf);
+    }
     return std::snprintf(buf, cap, "%04d/%02d,\"%s\",\"%s\",%s,\"%s\",%c,%c\n", album_no, track_no, artist, title,
                          t.time, rec.entry[0].title, t.online != 0 ? 'Y' : 'N', t.status == 'S' ? 'Y' : 'N');
 }

@@ -35,7 +35,7 @@ inline constexpr std::string_view cli_usage[] = {
 inline constexpr std::size_t k_cli_line = 1024;
 
 // Copies src into dst with each double quote written as two single quotes; cut to fit.
-void fix_quotes(char *dst, std::size_t cap, std::string_view src);
+std::size_t fix_quotes(char *dst, std::size_t cap, std::string_view src);
 
 // A playlist or track-search line: "%04d/%02d,\"%s\",\"%s\",%s,\"%s\",%c,%c\n" with the
 // track's artist and title (quotes fixed), its time, the album title, on line and short-listed.

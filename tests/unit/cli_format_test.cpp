@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -88,6 +92,56 @@ TEST(CliFormat, TrackLineOfTheLongestTextsFits)
     const std::string expected = "0001/01,\"" + std::string(132, '\'') + "\",\"" + std::string(132, '\'') +
                                  "\",99:59,\"" + quotes + "\",Y,N\n";
     EXPECT_EQ(line, expected);
+}
+
+// The line as the format alone writes it: what the hand-made line must equal.
+int reference_track_line(char *buf, std::size_t cap, int album_no, int track_no, const album_rec &rec)
+{
+    if (track_no < 0 || track_no >= k_max_entries)
+        return std::snprintf(buf, cap, "%s", "");
+    const track_rec &t = rec.entry[track_no];
+    char artist[2 * sizeof t.artist];
+    char title[2 * sizeof t.title];
+    fix_quotes(artist, sizeof artist, {t.artist, strnlen(t.artist, sizeof t.artist)});
+    fix_quotes(title, sizeof title, {t.title, strnlen(t.title, sizeof t.title)});
+    return std::snprintf(buf, cap, "%04d/%02d,\"%s\",\"%s\",%s,\"%s\",%c,%c\n", album_no, track_no, artist, title,
+                         t.time, rec.entry[0].title, t.online != 0 ? 'Y' : 'N', t.status == 'S' ? 'Y' : 'N');
+}
+
+TEST(CliFormat, TrackLineIsWhatTheFormatWrites)
+{
+    std::mt19937 rng(99);
+    const std::string alphabet = "ab \"',Z9";
+    const auto text = [&](char *dst, std::size_t cap) {
+        const std::size_t n = rng() % cap;   // up to cap - 1 characters, terminated
+        for (std::size_t i = 0; i < n; ++i)
+            dst[i] = alphabet[rng() % alphabet.size()];
+        dst[n] = '\0';
+    };
+    const int albums[] = {0, 1, 9, 10, 99, 100, 999, 1000, 3000, 9000, 9999, 10000, 123456, -1, -42};
+    const std::size_t caps[] = {1, 2, 8, 30, 60, 100, 200, 400, k_cli_line};
+    auto rec = std::make_unique<album_rec>();
+    for (int round = 0; round < 20000; ++round) {
+        *rec = {};
+        for (int e : {0, 1, 99}) {
+            text(rec->entry[e].artist, sizeof rec->entry[e].artist);
+            text(rec->entry[e].title, sizeof rec->entry[e].title);
+            text(rec->entry[e].time, round % 7 == 0 ? sizeof rec->entry[e].time : 8);
+            rec->entry[e].status = "S-UN"[rng() % 4];
+            rec->entry[e].online = static_cast<std::int32_t>(rng() % 3) - 1;
+        }
+        const int album_no = albums[rng() % std::size(albums)];
+        const int track_no = round % 5 == 0 ? 0 : round % 5 == 1 ? 99 : 1;
+        const std::size_t cap = caps[rng() % std::size(caps)];
+        char got[k_cli_line];
+        char want[k_cli_line];
+        std::memset(got, 0x5A, sizeof got);
+        std::memset(want, 0x5A, sizeof want);
+        const int n = format_track_line(got, cap, album_no, track_no, *rec);
+        const int m = reference_track_line(want, cap, album_no, track_no, *rec);
+        ASSERT_EQ(n, m) << round;
+        ASSERT_EQ(std::memcmp(got, want, sizeof got), 0) << round << ": " << want;
+    }
 }
 
 TEST(CliFormat, AlbumLine)
