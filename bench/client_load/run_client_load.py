@@ -7,9 +7,10 @@ holding 3000 albums of 99 tracks (297,000 tracks).
                                          [--rounds N] [--placement same|apart|free ...]
                                          [--server PROGRAM] [--word WORD ...] [--library DIR]
 
-Each album's artist is "Performer NNNN Third|Other BandMMM" (MMM = NNNN mod 1000),
-so the word "Band123" hits 3 albums (297 tracks) and "Third" a third of the
-library (99,000 tracks). Placements: `same` runs server and client on CPU 0,
+The library is the one the peer benchmark uses: album n is by "Solo CrewGGGG"
+or, for 999 of them (n a multiple of 3 below 3000), by "Trio CrewGGGG", where
+GGGG is (n - 1) // 3: so "crew0411" names 3 albums (297 tracks) and "trio" 999
+albums (98,901 tracks). Placements: `same` runs server and client on CPU 0,
 `apart` the server on CPU 0 and the client on CPU 1, `free` leaves both to the
 scheduler. For each program, placement and word it reports the median and the
 min-max over the rounds of the wall time, the client's user+system CPU time
@@ -62,14 +63,15 @@ def request(sock, seq, type_, album, text=b""):
             return (rseq & 0xFF00) | ((rseq + 1) & 0xFF)
 
 
-def artist(n):
-    return "Performer %04d %s Band%03d" % (n, "Third" if n % 3 == 0 else "Other", n % 1000)
+def artist(n, albums):
+    return "%s Crew%04d" % ("Trio" if n % 3 == 0 and n < albums else "Solo", (n - 1) // 3)
 
 
-def album_text(n, tracks):
-    lines = [artist(n), "Album Title %04d" % n, "45:30 - 6543210A 1 0012AB34 7"]
+def album_text(n, albums, tracks):
+    lines = [artist(n, albums), "Album %04d" % n, "45:30 - 6543210A 1 0012AB34 7"]
     for k in range(1, tracks + 1):
-        lines += [artist(n), "A Song Title Number %02d of %04d" % (k, n), "03:%02d S 6543210A 1 0012AB34 %d" % (k % 60, k)]
+        s = 180 + k
+        lines += [artist(n, albums), "Song %02d of %04d" % (k, n), "%02d:%02d S 6543210A 1 0012AB34 %d" % (s // 60, s % 60, k)]
     return ("\n".join(lines) + "\n").encode()
 
 
@@ -110,13 +112,13 @@ def main():
     ap.add_argument("--tracks", type=int, default=99)
     ap.add_argument("--rounds", type=int, default=9)
     ap.add_argument("--placement", action="append", choices=sorted(PLACEMENTS))
-    ap.add_argument("--word", action="append", help="artist words to search (default Band123 and Third)")
+    ap.add_argument("--word", action="append", help="artist words to search (default crew0411 and trio)")
     ap.add_argument("--library", help="server root to keep the library in and reuse (default: a temporary one)")
     args = ap.parse_args()
     server_program = args.server or os.path.join(args.build, "zerkaserver")
     programs = args.zerka or [os.path.join(args.build, "zerka")]
     placements = args.placement or ["same", "apart", "free"]
-    words = args.word or ["Band123", "Third"]
+    words = args.word or ["crew0411", "trio"]
 
     reuse = args.library is not None and os.path.exists(os.path.join(args.library, "ready"))
     server_root = args.library or tempfile.mkdtemp(prefix="zkcl", dir="/tmp")
@@ -130,7 +132,7 @@ def main():
                 sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
                 seq = request(sock, 0, CLIENT_OPEN, 1)
                 for n in range(1, args.albums + 1):
-                    seq = request(sock, seq, ALBUM_WRITE, n, album_text(n, args.tracks))
+                    seq = request(sock, seq, ALBUM_WRITE, n, album_text(n, args.albums, args.tracks))
             server.kill()
             server.wait()
             open(os.path.join(server_root, "ready"), "w").close()

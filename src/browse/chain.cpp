@@ -176,6 +176,7 @@ struct candidate {
     std::uint32_t secondary;
     std::uint32_t secondary_len;
     std::uint64_t prefix;    // orders 2, 3 and 4: the first bytes of the primary sort text
+    std::uint64_t prefix2;   // and its next bytes
 };
 
 // A candidate before its sort texts are made.
@@ -191,7 +192,8 @@ candidate make_candidate(track_rec *rec, std::int32_t album_no, std::int32_t tra
             .primary_len = 0,
             .secondary = 0,
             .secondary_len = 0,
-            .prefix = 0};
+            .prefix = 0,
+            .prefix2 = 0};
 }
 
 // Folded artist and title texts of all candidates, kept in one block.
@@ -209,38 +211,44 @@ struct fold_arena {
     std::string_view view(std::uint32_t at, std::uint32_t len) const { return {text.data() + at, len}; }
 };
 
-// The first eight bytes of a sort text, most significant first, zero-padded:
-// comparing these compares the texts' beginnings the way the texts compare.
-std::uint64_t text_prefix(std::string_view s)
+// Eight bytes of a sort text from `from` on, most significant first,
+// zero-padded: comparing the first and the next eight in turn compares the
+// texts' beginnings the way the texts compare (sort texts hold no NUL).
+std::uint64_t text_prefix(std::string_view s, std::size_t from)
 {
     std::uint64_t p = 0;
-    for (std::size_t i = 0; i < 8; ++i)
+    for (std::size_t i = from; i < from + 8; ++i)
         p = (p << 8) | (i < s.size() ? static_cast<unsigned char>(s[i]) : 0u);
     return p;
 }
 
-// Reorders perm by the candidates' prefixes, keeping equal prefixes in the
-// order they had (a least-significant-byte-first radix sort).
+// Reorders perm by the candidates' prefixes (the first sixteen bytes),
+// keeping equal prefixes in the order they had (a least-significant-byte-first
+// radix sort). Many artists share their first eight bytes ("The Rolling ...",
+// "Orchestra ..."), hence sixteen.
 void sort_by_prefix(const std::vector<candidate> &cands, std::vector<std::uint32_t> &perm)
 {
     struct keyed {
         std::uint64_t prefix;
+        std::uint64_t prefix2;
         std::uint32_t index;
     };
     std::vector<keyed> items(perm.size());
     for (std::size_t i = 0; i < perm.size(); ++i)
-        items[i] = {.prefix = cands[perm[i]].prefix, .index = perm[i]};
+        items[i] = {.prefix = cands[perm[i]].prefix, .prefix2 = cands[perm[i]].prefix2, .index = perm[i]};
     std::vector<keyed> spare(items.size());
-    for (int shift = 0; shift < 64; shift += 8) {
+    for (int pass = 0; pass < 16; ++pass) {
+        const int shift = 8 * (pass % 8);
+        const auto byte = [&](const keyed &k) { return ((pass < 8 ? k.prefix2 : k.prefix) >> shift) & 0xFF; };
         std::array<std::size_t, 257> start = {};
         for (const keyed &k : items)
-            ++start[((k.prefix >> shift) & 0xFF) + 1];
+            ++start[byte(k) + 1];
         if (std::ranges::find(start, items.size()) != start.end())
             continue;   // every item has the same byte here: this pass would change nothing
         for (std::size_t b = 1; b < start.size(); ++b)
             start[b] += start[b - 1];
         for (const keyed &k : items)
-            spare[start[(k.prefix >> shift) & 0xFF]++] = k;
+            spare[start[byte(k)]++] = k;
         items.swap(spare);
     }
     for (std::size_t i = 0; i < perm.size(); ++i)
@@ -267,7 +275,8 @@ void sort_by_texts(int order, std::vector<candidate> &cands, std::vector<std::ui
             c.primary = arena.add(artist_first ? artist : title, c.primary_len);
             c.secondary = arena.add(artist_first ? title : artist, c.secondary_len);
         }
-        c.prefix = text_prefix(arena.view(c.primary, c.primary_len));
+        c.prefix = text_prefix(arena.view(c.primary, c.primary_len), 0);
+        c.prefix2 = text_prefix(arena.view(c.primary, c.primary_len), 8);
     }
     // The first eight bytes decide most comparisons: a radix sort on them
     // (stable, so runs of equal prefixes stay in arrival order), then each
@@ -283,7 +292,8 @@ void sort_by_texts(int order, std::vector<candidate> &cands, std::vector<std::ui
     };
     for (std::size_t i = 0; i < perm.size();) {
         std::size_t j = i + 1;
-        while (j < perm.size() && cands[perm[j]].prefix == cands[perm[i]].prefix)
+        while (j < perm.size() && cands[perm[j]].prefix == cands[perm[i]].prefix &&
+               cands[perm[j]].prefix2 == cands[perm[i]].prefix2)
             ++j;
         if (j - i > 1)
             std::sort(perm.begin() + static_cast<long>(i), perm.begin() + static_cast<long>(j), whole_text_less);

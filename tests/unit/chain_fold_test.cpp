@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <random>
 #include <set>
 #include <string>
@@ -275,26 +276,30 @@ void clear_marks(int albums)
 // CD-IDs equal in their low 32 bits, negative play counts.
 int make_library(std::mt19937 &rng)
 {
+    // Some share their first eight or sixteen bytes, and differ after them or only in length.
     static const char *const artists[] = {"The Beatles", "the beatles", "THE BEATLES", "Beatles", "Theatre",
                                           "The",         "Thebes",      "the  Who",    "Who",     "ABBA",
-                                          "abba",        "Zappa"};
-    static const char *const titles[] = {"Help", "HELP", "help", "Yesterday", "Help!", "", "a", "A"};
+                                          "abba",        "Zappa",       "Orchestra Of Vienna", "orchestra of vienna",
+                                          "Orchestra Of Vienn", "The Orchestra Of Berlin", "Orchestra Of Berlin Two"};
+    static const char *const titles[] = {"Help", "HELP", "help", "Yesterday", "Help!", "", "a", "A",
+                                         "Symphony Number One In C", "Symphony Number One In D", "Symphony Number"};
     static const char *const times[] = {"03:00", "03:29", "03:30", "02:31", "02:30", "3:00", "10:05",
                                         "9:59",  "03:59", "04:00", "00:00", "3:15"};
-    const auto pick = [&](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
+    const auto pick = [&](std::size_t n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
     const int albums = 3 + pick(12);
     for (int a = 1; a <= albums; ++a) {
         const int tracks = 1 + pick(10);
         std::vector<track_spec> ts;
         for (int t = 0; t < tracks; ++t) {
-            track_spec s{.artist = artists[pick(12)], .title = titles[pick(8)], .time = times[pick(12)]};
+            track_spec s{.artist = artists[pick(std::size(artists))], .title = titles[pick(std::size(titles))],
+                         .time = times[pick(12)]};
             s.status = "-SUN"[pick(4)];
             s.online = pick(3) == 0 ? 0 : 1;
             s.cd_ident = (static_cast<std::uint64_t>(pick(3)) << 32) | static_cast<std::uint64_t>(pick(4) * 0x40000000u);
             s.plays = pick(5) - 2;
             ts.push_back(s);
         }
-        put_album(a, {artists[pick(12)], titles[pick(8)], times[pick(12)]}, ts);
+        put_album(a, {artists[pick(std::size(artists))], titles[pick(std::size(titles))], times[pick(12)]}, ts);
     }
     return albums;
 }
