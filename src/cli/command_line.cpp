@@ -23,6 +23,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <malloc.h>
 #include <string>
 #include <unistd.h>
 
@@ -352,6 +353,10 @@ void command_line(int argc, char **argv)
     static char out_buf[1 << 16];
     if (isatty(STDOUT_FILENO) == 0)
         std::setvbuf(stdout, out_buf, _IOFBF, sizeof out_buf);
+    // The lists of a large search are built once and freed once: from the heap
+    // they reuse its pages, where blocks of their size would each be mapped and
+    // unmapped again with fresh pages every time.
+    mallopt(M_MMAP_THRESHOLD, 64 << 20);
     carried_fields c;
     const cli_options o = scan_arguments(argc, argv);
     if (immediate_operation(c, o.action))
