@@ -2,6 +2,7 @@
 
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "proto/wire.hpp"
 #include "server/log.hpp"
 #include "server/wav.hpp"
 
@@ -168,15 +169,23 @@ struct transaction {
 // A scratch record for the album text helpers, which work on whole slots.
 album_rec scratch;
 
-// Rebuilds the cached album text of an album from its entries.
-void refresh_text(stored_album &a)
+// Rebuilds the kept ALBUM_READ answer of album `number` from its entries.
+void refresh_text(stored_album &a, int number)
 {
     std::memset(&scratch, 0, sizeof scratch);
     const std::size_t n = std::min<std::size_t>(a.entries.size(), k_max_entries);
     std::copy_n(a.entries.begin(), n, scratch.entry);
     static char buf[k_album_text_max];
     const std::size_t len = format_album_text(scratch, buf, sizeof buf);
-    a.text.assign(buf, len);
+    // Album numbers and the text's length always fit the header.
+    const wire_header h = {
+        .type = ALBUM_READ, .sequence = 0, .album = number, .track = 0, .length = static_cast<std::uint32_t>(len)};
+    char head[k_header_len + 1];
+    encode_header(head, h);
+    std::string reply;
+    reply.reserve(k_header_len + len);
+    reply.append(head, k_header_len).append(buf, len);
+    a.reply = std::move(reply);
 }
 
 // Writes the row of one entry.
@@ -209,7 +218,7 @@ bool save_entries(album_store &s, int album, const std::vector<int> &which)
             return false;
     if (!tx.commit())
         return false;
-    refresh_text(a);
+    refresh_text(a, album);
     return true;
 }
 
@@ -254,9 +263,9 @@ bool load_all(album_store &s)
     }
     if (rc != SQLITE_DONE)
         return false;
-    for (auto &slot : s.slots)
-        if (slot != nullptr)
-            refresh_text(*slot);
+    for (std::size_t n = 0; n < s.slots.size(); ++n)
+        if (s.slots[n] != nullptr)
+            refresh_text(*s.slots[n], static_cast<int>(n));
     recompute_max(s);
     return true;
 }
@@ -336,6 +345,11 @@ bool store_open(album_store &s, const std::string &path, std::string &error)
     return true;
 }
 
+std::string_view stored_text(const stored_album &a)
+{
+    return std::string_view(a.reply).substr(std::min(a.reply.size(), k_header_len));
+}
+
 const stored_album *store_get(const album_store &s, int n)
 {
     return n >= 0 && n < static_cast<int>(s.slots.size()) ? s.slots[static_cast<std::size_t>(n)].get() : nullptr;
@@ -399,7 +413,7 @@ bool store_write_text(album_store &s, int n, std::string_view text)
     if (slot == nullptr)
         slot = std::make_unique<stored_album>();
     slot->entries = std::move(entries);
-    refresh_text(*slot);
+    refresh_text(*slot, n);
     unreserve(s, n);
     if (n <= k_max_regular_album && n > s.max_regular)
         s.max_regular = n;
@@ -534,7 +548,7 @@ std::optional<std::vector<int>> store_reset_plays(album_store &s)
             t.plays = 0;
         }
         if (any) {
-            refresh_text(*a);
+            refresh_text(*a, n);
             changed.push_back(n);
         }
     }
