@@ -233,21 +233,37 @@ void recompute_max(album_store &s)
         }
 }
 
-// Loads every album into the mirror.
+// Loads every album into the mirror, in one pass over the table. Each album's
+// entries are gathered first and then kept in a vector of exactly their
+// number (one grown entry by entry would hold up to twice the room).
 bool load_all(album_store &s)
 {
     statement st(s.db.get(),
                  "SELECT album, entry, artist, title, time, status, last_played, online, cd_ident, plays "
                  "FROM entries ORDER BY album, entry");
+    std::vector<track_rec> rows;
+    rows.reserve(k_max_entries);
+    int loading = 0;   // the album whose rows are in `rows` (0: none)
+    const auto keep = [&] {
+        if (loading == 0)
+            return;
+        auto slot = std::make_unique<stored_album>();
+        slot->entries.assign(rows.begin(), rows.end());
+        refresh_text(*slot, loading);
+        s.slots[static_cast<std::size_t>(loading)] = std::move(slot);
+        rows.clear();
+        loading = 0;
+    };
     int rc;
     while ((rc = st.step()) == SQLITE_ROW) {
         const int album = static_cast<int>(st.integer(0));
         if (!album_number_ok(album))
             continue;
-        auto &slot = s.slots[static_cast<std::size_t>(album)];
-        if (slot == nullptr)
-            slot = std::make_unique<stored_album>();
-        if (slot->entries.size() >= static_cast<std::size_t>(k_max_entries))
+        if (album != loading) {
+            keep();
+            loading = album;
+        }
+        if (rows.size() >= static_cast<std::size_t>(k_max_entries))
             continue;   // the text format holds the album and 99 tracks
         track_rec t{};
         copy_bounded(t.artist, st.text(2).substr(0, k_max_text_field));
@@ -259,13 +275,11 @@ bool load_all(album_store &s)
         t.online = static_cast<std::int32_t>(st.integer(7));
         t.cd_ident = static_cast<std::uint64_t>(st.integer(8));
         t.plays = st.integer(9);
-        slot->entries.push_back(t);
+        rows.push_back(t);
     }
     if (rc != SQLITE_DONE)
         return false;
-    for (std::size_t n = 0; n < s.slots.size(); ++n)
-        if (s.slots[n] != nullptr)
-            refresh_text(*s.slots[n], static_cast<int>(n));
+    keep();
     recompute_max(s);
     return true;
 }
@@ -321,7 +335,10 @@ bool store_open(album_store &s, const std::string &path, std::string &error)
     s.slots.resize(k_album_slots);
     s.reserved.clear();
     sqlite3 *raw = nullptr;
-    const int rc = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    // Only the server's one thread uses the connection: SQLite need not lock it
+    // on every call (reading the albums at start-up makes millions of calls).
+    const int rc = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                                   nullptr);
     s.db.reset(raw);
     if (rc != SQLITE_OK) {
         error = raw != nullptr ? sqlite3_errmsg(raw) : "cannot open";

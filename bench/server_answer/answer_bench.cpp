@@ -10,6 +10,7 @@
 //
 //   answer_bench [zerkaserver] [runs]          (runs: loads per placement, at least 9)
 //   answer_bench --load PORT SPIN_NS           (the client process; prints its wall time in ns)
+//   answer_bench --make DIR                    (only writes the library as a root DIR, for other tools)
 //
 // The loads are also run by a client that polls for each reply for up to
 // 200 us before it blocks, to show what the server's own poll gives when the
@@ -243,6 +244,8 @@ int main(int argc, char **argv)
 {
     if (argc == 4 && std::string_view(argv[1]) == "--load")
         return load(std::atoi(argv[2]), std::atoll(argv[3]));
+    if (argc == 3 && std::string_view(argv[1]) == "--make")
+        return mkdir(argv[2], 0755) == 0 && make_library(argv[2]) ? 0 : 1;
     const std::string exe = argc > 1 ? argv[1] : ZERKASERVER_PATH;
     const int runs = std::max(9, argc > 2 ? std::atoi(argv[2]) : 11);
     char self[4096];
@@ -263,7 +266,7 @@ int main(int argc, char **argv)
     // Start-up: several fresh servers.
     std::vector<double> starts;
     long hwm_start = 0;
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < std::max(5, runs / 2); ++i) {
         running_server srv;
         std::int64_t ns = 0;
         if (!start(exe, root, -1, srv, ns)) {
