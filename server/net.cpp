@@ -102,6 +102,8 @@ struct server {
     steady_clock::time_point last_refusal_log;   // when a refused connection was last logged
     int refusals_unlogged = 0;                   // refused since then, not logged one by one
     int next_id = 1;
+    int last_answered = 0;       // the connection whose requests were answered last
+    std::int64_t switched_ns = -1;   // when the server last answered another connection than the one before
     bool stopping = false;
     steady_clock::time_point stop_deadline;
 
@@ -192,6 +194,10 @@ void connection::on_readable()
         if (closed)
             return;
         answered_ns = steady_ns();
+        if (srv.last_answered != s.id) {
+            srv.last_answered = s.id;
+            srv.switched_ns = answered_ns;
+        }
         if (spin_ns == 0 || !may_spin(turn_start))
             break;
         polling_since = answered_ns;
@@ -200,10 +206,13 @@ void connection::on_readable()
 }
 
 // Whether to poll for the next request after answering: not for an audio
-// stream, nor while answers wait to go out, nor when the turn is over.
+// stream, nor while answers wait to go out, nor when the turn is over, nor
+// while other connections are being answered too (the server is kept busy
+// then, and their requests must not wait for this one's).
 bool connection::may_spin(std::int64_t turn_start) const
 {
-    return !s.audio && !srv.stopping && outq.empty() && answered_ns - turn_start < k_turn_max_ns;
+    return !s.audio && !srv.stopping && outq.empty() && answered_ns - turn_start < k_turn_max_ns &&
+           answered_ns - srv.switched_ns > k_burst_gap_ns;
 }
 
 // Reads what arrived into a buffer just large enough for the message under way.
