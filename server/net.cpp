@@ -23,6 +23,7 @@
 #include <map>
 #include <memory>
 #include <sched.h>
+#include <sys/socket.h>
 #include <sys/resource.h>
 #include <vector>
 
@@ -82,6 +83,7 @@ struct connection : std::enable_shared_from_this<connection> {
     std::size_t read_input(std::error_code &ec);
     void on_read(std::size_t n);
     bool may_spin(std::int64_t turn_start) const;
+    bool client_elsewhere();
     void send(const frame_ptr &frame);
     void write_more();
     void close(const char *reason);
@@ -189,7 +191,7 @@ void connection::on_readable()
             return;
         }
         const std::int64_t gap = answered_ns >= 0 ? steady_ns() - answered_ns : k_burst_gap_ns + 1;
-        spin_ns = gap <= k_burst_gap_ns ? std::clamp(2 * gap, k_spin_min_ns, k_spin_max_ns) : 0;
+        spin_ns = gap <= k_burst_gap_ns && client_elsewhere() ? std::clamp(2 * gap, k_spin_min_ns, k_spin_max_ns) : 0;
         on_read(n);
         if (closed)
             return;
@@ -213,6 +215,21 @@ bool connection::may_spin(std::int64_t turn_start) const
 {
     return !s.audio && !srv.stopping && outq.empty() && answered_ns - turn_start < k_turn_max_ns &&
            answered_ns - srv.switched_ns > k_burst_gap_ns;
+}
+
+// Whether the client's last bytes came from another CPU than the one the
+// server runs on (for a client on this machine, the CPU that took in its
+// packet is the one it sent from). A client on the server's own CPU gains
+// nothing from a poll: it cannot run while the server polls, and a server kept
+// busy would have the scheduler move it to another CPU, where each answer
+// then costs it a wake-up. When the system cannot tell, the client counts as elsewhere.
+bool connection::client_elsewhere()
+{
+    int cpu = -1;
+    socklen_t len = sizeof cpu;
+    if (getsockopt(sock.native_handle(), SOL_SOCKET, SO_INCOMING_CPU, &cpu, &len) != 0 || cpu < 0)
+        return true;
+    return cpu != sched_getcpu();
 }
 
 // Reads what arrived into a buffer just large enough for the message under way.
