@@ -167,8 +167,8 @@ void connection::read_more()
 // are out to a client mid-burst (its last request came within k_burst_gap_ns
 // of the answer before), it polls the socket for the next request for twice
 // that gap (within k_spin_min_ns..k_spin_max_ns), yielding the CPU between
-// polls so that a client on the same CPU can run. A client that takes longer
-// is not polled for until it is quick again. One connection's turn ends after
+// polls. A client on the server's own CPU, or one that takes longer, is not
+// polled for (until it is quick again). One connection's turn ends after
 // k_turn_max_ns, so the clock and the other connections are never held up longer.
 void connection::on_readable()
 {
@@ -204,6 +204,8 @@ void connection::on_readable()
             break;
         polling_since = answered_ns;
     }
+    if (have == 0)
+        std::vector<char>().swap(in);   // a poll that found nothing leaves no buffer behind
     read_more();
 }
 
