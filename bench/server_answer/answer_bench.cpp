@@ -226,6 +226,18 @@ int load(int port, std::int64_t spin_ns)
     return 0;
 }
 
+// A temporary root, removed with everything in it when the run ends, however it ends.
+struct temp_root {
+    std::string dir;
+    ~temp_root()
+    {
+        if (!dir.empty()) {
+            const char *const rm[] = {"/bin/rm", "-rf", dir.c_str(), nullptr};
+            run_to_end(rm);
+        }
+    }
+};
+
 struct figures {
     double median;
     double low;
@@ -256,7 +268,8 @@ int main(int argc, char **argv)
     char templ[] = "/tmp/zkanswerXXXXXX";
     if (mkdtemp(templ) == nullptr)
         return 1;
-    const std::string root = templ;
+    const temp_root kept{templ};
+    const std::string &root = kept.dir;
     const std::int64_t m0 = bench_now_ns();
     if (!make_library(root))
         return 1;
@@ -335,7 +348,5 @@ int main(int argc, char **argv)
                     "server VmHWM %ld kB\n",
                     p.name, w.median, w.low, w.high, 1e3 * w.median / 3001, c.median, c.low, c.high, hwm);
     }
-    const char *const rm[] = {"/bin/rm", "-rf", root.c_str(), nullptr};
-    run_to_end(rm);
     return 0;
 }
