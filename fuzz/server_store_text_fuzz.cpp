@@ -57,19 +57,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const int n = k_numbers[data[0] % (sizeof k_numbers / sizeof k_numbers[0])];
     const std::string_view text(reinterpret_cast<const char *>(data + 1), std::min<std::size_t>(size - 1, k_text_max));
     const stored_album *before = store_get(*store, n);
-    const std::string old_text = before != nullptr ? before->text : std::string();
+    const std::string old_text = before != nullptr ? std::string(stored_text(*before)) : std::string();
     if (!store_write_text(*store, n, text)) {
         const stored_album *after = store_get(*store, n);
-        if ((after != nullptr) != (before != nullptr) || (after != nullptr && after->text != old_text))
+        if ((after != nullptr) != (before != nullptr) || (after != nullptr && stored_text(*after) != old_text))
             std::abort();
         return 0;
     }
     const stored_album *a = store_get(*store, n);
     if (a == nullptr || !album_number_ok(n) || store_track_count(*store, n) > 99 || store_track_count(*store, n) < 0 ||
-        a->text.size() > k_text_max || a->entries.empty() || a->entries[0].title[0] == '\0')
+        stored_text(*a).size() > k_text_max || a->entries.empty() || a->entries[0].title[0] == '\0')
         std::abort();
-    const std::string stored = a->text;
-    if (!store_write_text(*store, n, stored) || store_get(*store, n)->text != stored)
+    const std::string stored(stored_text(*a));
+    if (!store_write_text(*store, n, stored) || stored_text(*store_get(*store, n)) != stored)
         std::abort();
     return 0;
 }

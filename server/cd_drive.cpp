@@ -430,7 +430,7 @@ bool set_online_here(server_state &st, int album, int track)
         return false;
     static album_rec rec;
     std::memset(&rec, 0, sizeof rec);
-    parse_album_text(a->text.data(), a->text.size(), rec);
+    parse_album_text(stored_text(*a).data(), stored_text(*a).size(), rec);
     rec.entry[track].online = 1;
     static char text[k_album_text_max];
     const std::size_t len = format_album_text(rec, text, sizeof text);
@@ -1092,7 +1092,7 @@ void cd_write(request_ctx &c)
         return;
     }
     const stored_album *album = store_get(c.st.store, a);
-    const int code = album == nullptr ? k_write_media : write_begin(c.st, a, album->text, c.now_ns);
+    const int code = album == nullptr ? k_write_media : write_begin(c.st, a, stored_text(*album), c.now_ns);
     if (album == nullptr)
         slog("Backup of album %04d refused: no such album", a);
     reply(c, answer_album, code);

@@ -178,7 +178,12 @@ void h_album_read(request_ctx &c)
         return;   // album 0 is the disc in the drive
     const std::int64_t answer = store_read_answer(c.st.store, n);
     const stored_album *a = answer == n ? store_get(c.st.store, n) : nullptr;
-    reply(c, answer, 0, a != nullptr ? std::string_view(a->text) : std::string_view{});
+    if (a == nullptr) {
+        reply(c, answer);
+        return;
+    }
+    // The answer kept with the album, given this request's sequence.
+    post(c.out, target::requester, frame_with_sequence(a->reply, c.req.sequence));
 }
 
 // ALBUM_WRITE: stores the album and shows it to the other clients.

@@ -13,6 +13,7 @@
 #include "server/player.hpp"
 #include "server/pulse_out.hpp"
 
+#include <algorithm>
 #include <asio.hpp>
 #include <chrono>
 #include <csignal>
@@ -21,6 +22,8 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <sched.h>
+#include <sys/socket.h>
 #include <sys/resource.h>
 #include <vector>
 
@@ -37,6 +40,16 @@ constexpr std::size_t k_first_read = 4096;       // bytes read when a message be
 constexpr std::size_t k_max_gather = 64;         // frames written in one go
 constexpr int k_reserved_fds = 32;               // descriptors kept for the database, the log, media and playlist files
 constexpr auto k_refusal_log_gap = std::chrono::seconds(1);   // refused connections: at most one log line this often
+
+// The wait for a client's next request. A client loading its library sends a
+// request the moment it has the previous answer; when it runs on another CPU,
+// blocking in the reactor between the two costs a scheduler wake-up each time.
+// So after answering a client that is mid-burst (its request came soon after
+// the previous answer) the server polls that socket a little before it blocks.
+constexpr std::int64_t k_burst_gap_ns = 200'000;   // a request this soon after the previous answer: mid-burst
+constexpr std::int64_t k_spin_max_ns = 200'000;    // the longest poll for the next request
+constexpr std::int64_t k_spin_min_ns = 10'000;     // the shortest
+constexpr std::int64_t k_turn_max_ns = 1'000'000;  // one connection's requests in a row before the loop goes on
 
 // Nanoseconds of the steady clock.
 std::int64_t steady_ns()
@@ -60,12 +73,17 @@ struct connection : std::enable_shared_from_this<connection> {
     std::size_t backlog = 0;     // bytes queued, written or not
     std::size_t in_flight = 0;   // frames of outq being written
     bool closed = false;
+    std::int64_t answered_ns = -1;          // when its last requests were answered (-1: never)
+    std::int64_t spin_ns = 0;               // how long the next poll for a request may last (0: no poll)
 
     connection(server &owner, tcp::socket socket);
     void start();
     void read_more();
     void on_readable();
+    std::size_t read_input(std::error_code &ec);
     void on_read(std::size_t n);
+    bool may_spin(std::int64_t turn_start) const;
+    bool client_elsewhere();
     void send(const frame_ptr &frame);
     void write_more();
     void close(const char *reason);
@@ -86,6 +104,8 @@ struct server {
     steady_clock::time_point last_refusal_log;   // when a refused connection was last logged
     int refusals_unlogged = 0;                   // refused since then, not logged one by one
     int next_id = 1;
+    int last_answered = 0;       // the connection whose requests were answered last
+    std::int64_t switched_ns = -1;   // when the server last answered another connection than the one before
     bool stopping = false;
     steady_clock::time_point stop_deadline;
 
@@ -143,8 +163,79 @@ void connection::read_more()
     });
 }
 
-// Reads what arrived into a buffer just large enough for the message under way.
+// Reads what arrived and handles the whole messages in it. Once the answers
+// are out to a client mid-burst (its last request came within k_burst_gap_ns
+// of the answer before), it polls the socket for the next request for twice
+// that gap (within k_spin_min_ns..k_spin_max_ns), yielding the CPU between
+// polls. A client on the server's own CPU, or one that takes longer, is not
+// polled for (until it is quick again). One connection's turn ends after
+// k_turn_max_ns, so the clock and the other connections are never held up longer.
 void connection::on_readable()
+{
+    const std::int64_t turn_start = steady_ns();
+    std::int64_t polling_since = -1;   // when the poll for the next request began (-1: the reactor woke us)
+    for (;;) {
+        std::error_code ec;
+        const std::size_t n = read_input(ec);
+        if (ec == asio::error::would_block || ec == asio::error::try_again) {
+            if (polling_since < 0)
+                break;
+            if (steady_ns() - polling_since < spin_ns) {
+                sched_yield();
+                continue;
+            }
+            break;
+        }
+        if (ec) {
+            close(ec == asio::error::eof ? "closed by the client" : ("read failed: " + ec.message()).c_str());
+            return;
+        }
+        const std::int64_t gap = answered_ns >= 0 ? steady_ns() - answered_ns : k_burst_gap_ns + 1;
+        spin_ns = gap <= k_burst_gap_ns && client_elsewhere() ? std::clamp(2 * gap, k_spin_min_ns, k_spin_max_ns) : 0;
+        on_read(n);
+        if (closed)
+            return;
+        answered_ns = steady_ns();
+        if (srv.last_answered != s.id) {
+            srv.last_answered = s.id;
+            srv.switched_ns = answered_ns;
+        }
+        if (spin_ns == 0 || !may_spin(turn_start))
+            break;
+        polling_since = answered_ns;
+    }
+    if (have == 0)
+        std::vector<char>().swap(in);   // a poll that found nothing leaves no buffer behind
+    read_more();
+}
+
+// Whether to poll for the next request after answering: not for an audio
+// stream, nor while answers wait to go out, nor when the turn is over, nor
+// while other connections are being answered too (the server is kept busy
+// then, and their requests must not wait for this one's).
+bool connection::may_spin(std::int64_t turn_start) const
+{
+    return !s.audio && !srv.stopping && outq.empty() && answered_ns - turn_start < k_turn_max_ns &&
+           answered_ns - srv.switched_ns > k_burst_gap_ns;
+}
+
+// Whether the client's last bytes came from another CPU than the one the
+// server runs on (for a client on this machine, the CPU that took in its
+// packet is the one it sent from). A client on the server's own CPU gains
+// nothing from a poll: it cannot run while the server polls, and a server kept
+// busy would have the scheduler move it to another CPU, where each answer
+// then costs it a wake-up. When the system cannot tell, the client counts as elsewhere.
+bool connection::client_elsewhere()
+{
+    int cpu = -1;
+    socklen_t len = sizeof cpu;
+    if (getsockopt(sock.native_handle(), SOL_SOCKET, SO_INCOMING_CPU, &cpu, &len) != 0 || cpu < 0)
+        return true;
+    return cpu != sched_getcpu();
+}
+
+// Reads what arrived into a buffer just large enough for the message under way.
+std::size_t connection::read_input(std::error_code &ec)
 {
     std::size_t want = k_first_read;
     if (have >= k_header_len) {
@@ -154,17 +245,7 @@ void connection::on_readable()
     }
     if (in.size() < want)
         in.resize(want);
-    std::error_code ec;
-    const std::size_t n = sock.read_some(asio::buffer(in.data() + have, in.size() - have), ec);
-    if (ec == asio::error::would_block || ec == asio::error::try_again) {
-        read_more();
-        return;
-    }
-    if (ec) {
-        close(ec == asio::error::eof ? "closed by the client" : ("read failed: " + ec.message()).c_str());
-        return;
-    }
-    on_read(n);
+    return sock.read_some(asio::buffer(in.data() + have, in.size() - have), ec);
 }
 
 // Takes every whole message out of what arrived and hands each to the protocol.
@@ -209,7 +290,6 @@ void connection::on_read(std::size_t n)
                 self->close("message stalled half-way");
         });
     }
-    read_more();
 }
 
 // Queues a frame; a client too far behind is closed.
@@ -217,13 +297,28 @@ void connection::send(const frame_ptr &frame)
 {
     if (closed || frame == nullptr)
         return;
+    frame_ptr rest = frame;
+    if (outq.empty() && in_flight == 0) {
+        // Nothing waits before it: the frame (header and text together) goes
+        // out now in one write; only what the socket does not take is queued.
+        std::error_code ec;
+        const std::size_t n = sock.write_some(asio::buffer(*frame), ec);
+        if (!ec && n == frame->size())
+            return;
+        if (ec && ec != asio::error::would_block && ec != asio::error::try_again) {
+            close("write failed");
+            return;
+        }
+        if (n > 0)
+            rest = std::make_shared<const std::string>(frame->substr(n));
+    }
     const std::size_t limit = s.audio ? k_max_audio_backlog : k_max_backlog;
-    if (backlog + frame->size() > limit) {
+    if (backlog + rest->size() > limit) {
         close("too slow: it does not read what it is sent");
         return;
     }
-    outq.push_back(frame);
-    backlog += frame->size();
+    outq.push_back(rest);
+    backlog += rest->size();
     if (in_flight == 0)
         write_more();
 }

@@ -12,7 +12,7 @@ void post_album_written(const server_state &st, outbox &out, int album, target t
     if (a == nullptr)
         post(out, to, make_frame(ALBUM_DELETED, k_notice_sequence, album, 0, {}));
     else
-        post(out, to, make_frame(ALBUM_WRITTEN, k_notice_sequence, album, 0, a->text));
+        post(out, to, make_frame(ALBUM_WRITTEN, k_notice_sequence, album, 0, stored_text(*a)));
 }
 
 std::string plist_file_transfer_text(const server_state &st, std::string_view name)

@@ -18,6 +18,19 @@ frame_ptr make_frame(std::int64_t type, std::int64_t sequence, std::int64_t albu
     return frame;
 }
 
+frame_ptr frame_with_sequence(std::string_view frame, std::int64_t sequence)
+{
+    // The sequence is the header's second field: four hex digits after the type and a blank.
+    constexpr std::size_t k_sequence_at = 3;
+    constexpr char k_digits[] = "0123456789abcdef";
+    if (frame.size() < k_header_len || sequence < 0 || sequence > 0xFFFF)
+        return nullptr;
+    auto copy = std::make_shared<std::string>(frame);
+    for (std::size_t i = 0; i < 4; ++i)
+        (*copy)[k_sequence_at + i] = k_digits[(sequence >> (12 - 4 * i)) & 0xF];
+    return copy;
+}
+
 void post(outbox &out, target to, frame_ptr frame, std::string plist)
 {
     if (frame != nullptr)

@@ -50,6 +50,10 @@ struct outbox {
 frame_ptr make_frame(std::int64_t type, std::int64_t sequence, std::int64_t album, std::int64_t track,
                      std::string_view text);
 
+// A copy of an encoded frame with another sequence; nullptr when it is shorter
+// than a header or the sequence does not fit.
+frame_ptr frame_with_sequence(std::string_view frame, std::int64_t sequence);
+
 // Queues a frame.
 void post(outbox &out, target to, frame_ptr frame, std::string plist = {});
 

@@ -2,6 +2,7 @@
 
 #include "proto/msg_types.hpp"
 #include "proto/text_util.hpp"
+#include "proto/wire.hpp"
 #include "server/log.hpp"
 #include "server/wav.hpp"
 
@@ -168,15 +169,23 @@ struct transaction {
 // A scratch record for the album text helpers, which work on whole slots.
 album_rec scratch;
 
-// Rebuilds the cached album text of an album from its entries.
-void refresh_text(stored_album &a)
+// Rebuilds the kept ALBUM_READ answer of album `number` from its entries.
+void refresh_text(stored_album &a, int number)
 {
     std::memset(&scratch, 0, sizeof scratch);
     const std::size_t n = std::min<std::size_t>(a.entries.size(), k_max_entries);
     std::copy_n(a.entries.begin(), n, scratch.entry);
     static char buf[k_album_text_max];
     const std::size_t len = format_album_text(scratch, buf, sizeof buf);
-    a.text.assign(buf, len);
+    // Album numbers and the text's length always fit the header.
+    const wire_header h = {
+        .type = ALBUM_READ, .sequence = 0, .album = number, .track = 0, .length = static_cast<std::uint32_t>(len)};
+    char head[k_header_len + 1];
+    encode_header(head, h);
+    std::string reply;
+    reply.reserve(k_header_len + len);
+    reply.append(head, k_header_len).append(buf, len);
+    a.reply = std::move(reply);
 }
 
 // Writes the row of one entry.
@@ -209,7 +218,7 @@ bool save_entries(album_store &s, int album, const std::vector<int> &which)
             return false;
     if (!tx.commit())
         return false;
-    refresh_text(a);
+    refresh_text(a, album);
     return true;
 }
 
@@ -224,21 +233,37 @@ void recompute_max(album_store &s)
         }
 }
 
-// Loads every album into the mirror.
+// Loads every album into the mirror, in one pass over the table. Each album's
+// entries are gathered first and then kept in a vector of exactly their
+// number (one grown entry by entry would hold up to twice the room).
 bool load_all(album_store &s)
 {
     statement st(s.db.get(),
                  "SELECT album, entry, artist, title, time, status, last_played, online, cd_ident, plays "
                  "FROM entries ORDER BY album, entry");
+    std::vector<track_rec> rows;
+    rows.reserve(k_max_entries);
+    int loading = 0;   // the album whose rows are in `rows` (0: none)
+    const auto keep = [&] {
+        if (loading == 0)
+            return;
+        auto slot = std::make_unique<stored_album>();
+        slot->entries.assign(rows.begin(), rows.end());
+        refresh_text(*slot, loading);
+        s.slots[static_cast<std::size_t>(loading)] = std::move(slot);
+        rows.clear();
+        loading = 0;
+    };
     int rc;
     while ((rc = st.step()) == SQLITE_ROW) {
         const int album = static_cast<int>(st.integer(0));
         if (!album_number_ok(album))
             continue;
-        auto &slot = s.slots[static_cast<std::size_t>(album)];
-        if (slot == nullptr)
-            slot = std::make_unique<stored_album>();
-        if (slot->entries.size() >= static_cast<std::size_t>(k_max_entries))
+        if (album != loading) {
+            keep();
+            loading = album;
+        }
+        if (rows.size() >= static_cast<std::size_t>(k_max_entries))
             continue;   // the text format holds the album and 99 tracks
         track_rec t{};
         copy_bounded(t.artist, st.text(2).substr(0, k_max_text_field));
@@ -250,13 +275,11 @@ bool load_all(album_store &s)
         t.online = static_cast<std::int32_t>(st.integer(7));
         t.cd_ident = static_cast<std::uint64_t>(st.integer(8));
         t.plays = st.integer(9);
-        slot->entries.push_back(t);
+        rows.push_back(t);
     }
     if (rc != SQLITE_DONE)
         return false;
-    for (auto &slot : s.slots)
-        if (slot != nullptr)
-            refresh_text(*slot);
+    keep();
     recompute_max(s);
     return true;
 }
@@ -312,7 +335,10 @@ bool store_open(album_store &s, const std::string &path, std::string &error)
     s.slots.resize(k_album_slots);
     s.reserved.clear();
     sqlite3 *raw = nullptr;
-    const int rc = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    // Only the server's one thread uses the connection: SQLite need not lock it
+    // on every call (reading the albums at start-up makes millions of calls).
+    const int rc = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                                   nullptr);
     s.db.reset(raw);
     if (rc != SQLITE_OK) {
         error = raw != nullptr ? sqlite3_errmsg(raw) : "cannot open";
@@ -334,6 +360,11 @@ bool store_open(album_store &s, const std::string &path, std::string &error)
         return false;
     }
     return true;
+}
+
+std::string_view stored_text(const stored_album &a)
+{
+    return std::string_view(a.reply).substr(std::min(a.reply.size(), k_header_len));
 }
 
 const stored_album *store_get(const album_store &s, int n)
@@ -399,7 +430,7 @@ bool store_write_text(album_store &s, int n, std::string_view text)
     if (slot == nullptr)
         slot = std::make_unique<stored_album>();
     slot->entries = std::move(entries);
-    refresh_text(*slot);
+    refresh_text(*slot, n);
     unreserve(s, n);
     if (n <= k_max_regular_album && n > s.max_regular)
         s.max_regular = n;
@@ -534,7 +565,7 @@ std::optional<std::vector<int>> store_reset_plays(album_store &s)
             t.plays = 0;
         }
         if (any) {
-            refresh_text(*a);
+            refresh_text(*a, n);
             changed.push_back(n);
         }
     }

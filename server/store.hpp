@@ -35,11 +35,16 @@ constexpr bool album_number_ok(int n)
     return (n >= 1 && n <= k_max_regular_album) || (n >= k_first_temp_album && n < k_first_temp_album + k_temp_albums);
 }
 
-// One album as kept in memory.
+// One album as kept in memory. Its answer to ALBUM_READ is kept whole and
+// rebuilt whenever one of its entries changes, so that a client loading the
+// library costs the server a copy per album rather than a formatting.
 struct stored_album {
     std::vector<track_rec> entries;   // entry 0 is the album itself, then tracks 1..n
-    std::string text;                 // its album text, as ALBUM_READ sends it
+    std::string reply;                // the ALBUM_READ answer: its header (sequence 0000) and the album text
 };
+
+// The album text of an album, as ALBUM_READ sends it.
+std::string_view stored_text(const stored_album &a);
 
 struct sqlite_closer {
     void operator()(sqlite3 *db) const;

@@ -294,6 +294,61 @@ def test_random_bytes_from_many_clients_never_stop_the_server(demo):
     assert other.request(GETTIME, text=b"Time").type == GETTIME
 
 
+def test_album_reads_in_a_burst_are_answered_whole_and_in_order_however_they_arrive(demo):
+    """A client reading albums as fast as it can (the server polls for its next
+    request after each answer) gets every answer whole, with its own sequence,
+    in order: requests in pieces, two in one write, another client's requests
+    in between, and a pause. With two CPUs the server and this client run on
+    different ones, where the server polls."""
+    cpus = sorted(os.sched_getaffinity(0))
+    mine = set(cpus)
+    if len(cpus) >= 2:
+        os.sched_setaffinity(demo.proc.pid, {cpus[0]})
+        os.sched_setaffinity(0, {cpus[1]})
+    try:
+        burst_of_album_reads(demo)
+    finally:
+        os.sched_setaffinity(0, mine)
+
+
+def burst_of_album_reads(demo):
+    c = demo.client()
+    other = demo.client()
+    texts = {n: c.request(ALBUM_READ, album=n).text for n in range(1, 14)}
+    assert all(texts.values())
+
+    def next_seq(seq):
+        return (seq & 0xFF00) | ((seq + 1) & 0xFF)
+
+    def answer(n, seq):
+        m = c.recv()
+        assert (m.type, m.seq, m.album, m.text) == (ALBUM_READ, seq, n, texts[n])
+
+    n = 1
+    while n <= 13:
+        frame = Msg(ALBUM_READ, c.seq, n, 0, b"").encode()
+        if n % 3 == 1:   # the header in two pieces, the second a little later
+            c.sock.sendall(frame[:7])
+            time.sleep(0.001)
+            c.sock.sendall(frame[7:])
+        elif n % 3 == 2:   # this request and the next one in one write
+            c.sock.sendall(frame + Msg(ALBUM_READ, next_seq(c.seq), n + 1, 0, b"").encode())
+            answer(n, c.seq)
+            c.seq = next_seq(c.seq)
+            n += 1
+        else:
+            c.sock.sendall(frame)
+        answer(n, c.seq)
+        c.seq = next_seq(c.seq)
+        if n % 4 == 0:
+            assert other.request(GETTIME, text=b"Time").type == GETTIME
+        n += 1
+    time.sleep(0.05)   # idle: the next request finds the server blocked in its loop
+    assert c.request(ALBUM_READ, album=14).album == 0xFFFD
+    assert c.request(ALBUM_READ, album=13).text == texts[13]
+    assert c.notices == [] and other.notices == []
+
+
 def test_a_client_that_vanishes_mid_message_costs_nothing(demo):
     c = demo.client()
     c.sock.sendall(b"11 0105 0014 0000 0100 half a text")

@@ -57,13 +57,39 @@ TEST_F(Protocol, AlbumReadAnswersGapsAndTheEnd)
 {
     add_album(1, simple_album("One", 1));
     add_album(3, simple_album("Three", 1));
-    EXPECT_EQ(send(a, ALBUM_READ, 1).text, store_get(st.store, 1)->text);
+    EXPECT_EQ(send(a, ALBUM_READ, 1).text, std::string(stored_text(*store_get(st.store, 1))));
     EXPECT_EQ(send(a, ALBUM_READ, 1).album, 1);
     EXPECT_EQ(send(a, ALBUM_READ, 2).album, 0xFFFE);
     EXPECT_EQ(send(a, ALBUM_READ, 2).text, "");
     EXPECT_EQ(send(a, ALBUM_READ, 4).album, 0xFFFD);
     EXPECT_EQ(send(a, ALBUM_READ, 9000).album, 0xFFFE);
     EXPECT_EQ(send(a, ALBUM_READ, 0).album, 0xFFFE);
+}
+
+TEST_F(Protocol, AlbumReadAnswersWithTheRequestsSequenceAndTheAlbumAsItIsNow)
+{
+    add_album(7, simple_album("Seven", 99));
+    for (const std::int64_t seq : {0x0100, 0x01ff, 0x1234, 0xfffe, 0xffff}) {
+        outbox box;
+        const request req = {.type = ALBUM_READ, .sequence = seq, .album = 7, .track = 0, .text = {}};
+        handle_request(st, a, req, now_ns, box);
+        ASSERT_EQ(box.items.size(), 1u);
+        EXPECT_EQ(box.items[0].to, target::requester);
+        EXPECT_EQ(*box.items[0].frame, *make_frame(ALBUM_READ, seq, 7, 0, stored_text(*store_get(st.store, 7))));
+    }
+    // Changes made through the protocol are in the next answer.
+    EXPECT_EQ(send(a, SHORTLIST, 7, 5).album, 7);
+    EXPECT_EQ(send(a, EDIT_TITLE, 7, 6, "Song~Tune").album, 7);
+    EXPECT_EQ(send(a, ALBUM_WRITE, 8, 0, simple_album("Eight", 2)).album, 8);
+    static album_rec rec;
+    const frame_fields r = send(a, ALBUM_READ, 7);
+    ASSERT_EQ(parse_album_text(r.text.data(), r.text.size(), rec), 100);
+    EXPECT_EQ(rec.entry[5].status, 'S');
+    EXPECT_STREQ(rec.entry[6].title, "Tune 6");
+    const frame_fields eight = send(a, ALBUM_READ, 8);
+    EXPECT_EQ(eight.album, 8);
+    EXPECT_EQ(eight.text, std::string(stored_text(*store_get(st.store, 8))));
+    EXPECT_EQ(eight.text, simple_album("Eight", 2).substr(0, eight.text.size()));
 }
 
 TEST_F(Protocol, AnAlbumWriteIsAnnouncedToTheOthers)
@@ -148,7 +174,7 @@ TEST_F(Protocol, GlobalEditRefusesLineBreaksAndControlCharacters)
 {
     // A line break inside an artist or title would split the album text every client parses.
     add_album(1, simple_album("Old Name", 2));
-    const std::string before = store_get(st.store, 1)->text;
+    const std::string before(stored_text(*store_get(st.store, 1)));
     for (const std::string &text : {std::string("Old~New\nLine"), std::string("Old~a\rb"), std::string("Old~N\0w", 7),
                                     std::string("Old~\tTab")}) {
         SCOPED_TRACE(text);
@@ -156,7 +182,7 @@ TEST_F(Protocol, GlobalEditRefusesLineBreaksAndControlCharacters)
         EXPECT_EQ(send(a, EDIT_TITLE, 1, 0, "Album~" + text.substr(4)).album, 0xFFFF);
         EXPECT_TRUE(notices().empty());
     }
-    EXPECT_EQ(store_get(st.store, 1)->text, before);
+    EXPECT_EQ(std::string(stored_text(*store_get(st.store, 1))), before);
 }
 
 TEST_F(Protocol, ResetIsAnnouncedForEveryChangedAlbum)

@@ -1,4 +1,5 @@
 #include "proto/msg_types.hpp"
+#include "server/outbox.hpp"
 #include "server/store.hpp"
 #include "sync_probe.hpp"
 #include "test_root.hpp"
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -72,7 +74,7 @@ TEST_F(Store, RefusesNumbersOutsideTheDatabaseAndUntitledAlbums)
 TEST_F(Store, TextIsStoredInTheWritersFormat)
 {
     ASSERT_TRUE(store_write_text(s, 12, "Ann\nFirst\n03:10 S 1a 1 abc 4\nBob\nSong\n01:00 - 0 0 0 0\n"));
-    EXPECT_EQ(store_get(s, 12)->text,
+    EXPECT_EQ(std::string(stored_text(*store_get(s, 12))),
               "Ann\nFirst\n03:10 S 0000001A 1 00000ABC 4\nBob\nSong\n01:00 - 00000000 0 00000000 0\n");
     EXPECT_EQ(store_track_count(s, 12), 1);
 }
@@ -80,10 +82,10 @@ TEST_F(Store, TextIsStoredInTheWritersFormat)
 TEST_F(Store, AnEntryWithoutATimeGetsOneSoThatItsTextReadsBackTheSame)
 {
     ASSERT_TRUE(store_write_text(s, 4, "Ann\nFirst\n\nAnn\nSong\n   \n"));
-    const std::string text = store_get(s, 4)->text;
+    const std::string text(stored_text(*store_get(s, 4)));
     EXPECT_EQ(text, "Ann\nFirst\n00:00 - 00000000 0 00000000 0\nAnn\nSong\n00:00 - 00000000 0 00000000 0\n");
     ASSERT_TRUE(store_write_text(s, 4, text));
-    EXPECT_EQ(store_get(s, 4)->text, text);
+    EXPECT_EQ(std::string(stored_text(*store_get(s, 4))), text);
 }
 
 TEST_F(Store, LongTextsAreCutToWhatTheClientHolds)
@@ -113,10 +115,10 @@ TEST_F(Store, EverythingSurvivesAReopen)
     ASSERT_EQ(store_mark(s, 3, 2, SHORTLIST), change_result::changed);
     ASSERT_TRUE(store_link(s, 3, 1, 3, 1));
     ASSERT_TRUE(store_set_setting(s, "mode", "5"));
-    const std::string text = store_get(s, 3)->text;
+    const std::string text(stored_text(*store_get(s, 3)));
     reopen();
     ASSERT_NE(store_get(s, 3), nullptr);
-    EXPECT_EQ(store_get(s, 3)->text, text);
+    EXPECT_EQ(std::string(stored_text(*store_get(s, 3))), text);
     EXPECT_EQ(store_entry(s, 3, 2)->status, 'S');
     EXPECT_NE(store_get(s, 9001), nullptr);
     EXPECT_EQ(store_chain(s, 3, 1).size(), 1u);
@@ -207,7 +209,7 @@ TEST_F(Store, APlayCountsAndStampsTrackAndAlbum)
     EXPECT_EQ(store_entry(s, 1, 0)->last_played, 0x2345);
     EXPECT_EQ(store_entry(s, 1, 1)->plays, 0);
     EXPECT_FALSE(store_record_play(s, 1, 3, 1));
-    EXPECT_NE(store_get(s, 1)->text.find("00:03 - 00002345 1 00000000 2\n"), std::string::npos);
+    EXPECT_NE(std::string(stored_text(*store_get(s, 1))).find("00:03 - 00002345 1 00000000 2\n"), std::string::npos);
 }
 
 TEST_F(Store, ResetSetsEveryPlayCountToZero)
@@ -342,12 +344,12 @@ TEST_F(Store, A99TrackAlbumSurvivesAReopenWhole)
 {
     ASSERT_TRUE(store_write_text(s, 7, simple_album("Full", 99)));
     ASSERT_EQ(store_track_count(s, 7), 99);
-    const std::string text = store_get(s, 7)->text;
+    const std::string text(stored_text(*store_get(s, 7)));
     EXPECT_NE(text.find("Song 99\n"), std::string::npos);
     reopen();
     ASSERT_NE(store_get(s, 7), nullptr);
     EXPECT_EQ(store_track_count(s, 7), 99);
-    EXPECT_EQ(store_get(s, 7)->text, text);
+    EXPECT_EQ(std::string(stored_text(*store_get(s, 7))), text);
 }
 
 // Gives up the wait for the other program's lock at once, and makes that
@@ -362,7 +364,7 @@ int give_up_and_release(void *other, int)
 TEST_F(Store, ARefusedWriteLeavesNothingInTheDatabase)
 {
     ASSERT_TRUE(store_write_text(s, 1, simple_album("Old", 2)));
-    const std::string before = store_get(s, 1)->text;
+    const std::string before(stored_text(*store_get(s, 1)));
     other_writer other(root.path("zerka.db"));
     // Each change meets the other program's lock when it begins.
     const auto locked = [&] {
@@ -386,10 +388,10 @@ TEST_F(Store, ARefusedWriteLeavesNothingInTheDatabase)
     EXPECT_EQ(other.count("SELECT COUNT(*) FROM chains"), 0);
     EXPECT_EQ(other.count("SELECT COUNT(*) FROM settings"), 0);
     EXPECT_EQ(store_get(s, 2), nullptr);
-    EXPECT_EQ(store_get(s, 1)->text, before);
+    EXPECT_EQ(std::string(stored_text(*store_get(s, 1))), before);
     reopen();
     EXPECT_EQ(store_get(s, 2), nullptr);
-    EXPECT_EQ(store_get(s, 1)->text, before);
+    EXPECT_EQ(std::string(stored_text(*store_get(s, 1))), before);
 }
 
 TEST_F(Store, ALockHeldElsewhereRefusesTheChange)
@@ -415,6 +417,127 @@ TEST_F(Store, MediaFoundMissingStaysOnLineWhenTheChangeIsRefused)
     EXPECT_TRUE(changed.empty());
     EXPECT_EQ(store_entry(s, 1, 1)->online, 1);
     ASSERT_TRUE(other.exec("ROLLBACK"));
+}
+
+// The ALBUM_READ answer (sequence 0000) an album's entries give when formatted
+// afresh: what the answer kept with the album must always be.
+std::string fresh_reply(const album_store &st, int n)
+{
+    const stored_album *a = store_get(st, n);
+    if (a == nullptr)
+        return "(no album)";
+    static album_rec rec;
+    std::memset(&rec, 0, sizeof rec);
+    std::copy_n(a->entries.begin(), std::min<std::size_t>(a->entries.size(), k_max_entries), rec.entry);
+    static char buf[k_album_text_max];
+    const std::size_t len = format_album_text(rec, buf, sizeof buf);
+    return *make_frame(ALBUM_READ, 0, n, 0, std::string_view(buf, len));
+}
+
+// Whether every album's kept answer is the one a fresh format gives.
+::testing::AssertionResult answers_fresh(const album_store &st)
+{
+    for (int n = 0; n < k_album_slots; ++n) {
+        const stored_album *a = store_get(st, n);
+        if (a != nullptr && a->reply != fresh_reply(st, n))
+            return ::testing::AssertionFailure() << "album " << n << " keeps\n" << a->reply << "\nbut its entries give\n"
+                                                 << fresh_reply(st, n);
+    }
+    return ::testing::AssertionSuccess();
+}
+
+TEST_F(Store, TheKeptAnswerIsTheAlbumsFrameAsAFreshFormatGivesIt)
+{
+    ASSERT_TRUE(store_write_text(s, 12, "Ann\nFirst\n03:10 S 1a 1 abc 4\nBob\nSong\n01:00 - 0 0 0 0\n"));
+    EXPECT_EQ(store_get(s, 12)->reply, "10 0000 000c 0000 004f "
+                                       "Ann\nFirst\n03:10 S 0000001A 1 00000ABC 4\nBob\nSong\n01:00 - 00000000 0 00000000 0\n");
+    ASSERT_TRUE(store_write_text(s, 9019, simple_album("Temp", 99)));
+    EXPECT_TRUE(answers_fresh(s));
+}
+
+TEST_F(Store, TheKeptAnswerFollowsEveryWrite)
+{
+    ASSERT_TRUE(store_write_text(s, 5, simple_album("First", 3)));
+    EXPECT_TRUE(answers_fresh(s));
+    const std::string three = store_get(s, 5)->reply;
+    ASSERT_TRUE(store_write_text(s, 5, simple_album("Second", 1)));   // fewer tracks
+    EXPECT_TRUE(answers_fresh(s));
+    EXPECT_NE(store_get(s, 5)->reply, three);
+    ASSERT_TRUE(store_write_text(s, 5, simple_album("Third", 99)));   // more tracks
+    EXPECT_TRUE(answers_fresh(s));
+}
+
+TEST_F(Store, TheKeptAnswerFollowsEveryMark)
+{
+    ASSERT_TRUE(store_write_text(s, 2, simple_album("A", 4)));
+    for (const std::int64_t mark : {SHORTLIST, DONOTPLAY, UNPLAYABLE, NO_SELECT, SHORTLIST, OFFLINE}) {
+        const std::string before = store_get(s, 2)->reply;
+        ASSERT_EQ(store_mark(s, 2, 3, mark), change_result::changed) << mark;
+        EXPECT_NE(store_get(s, 2)->reply, before) << mark;
+        EXPECT_TRUE(answers_fresh(s)) << mark;
+    }
+    ASSERT_EQ(store_mark(s, 2, 0, UNPLAYABLE), change_result::changed);   // the whole album
+    EXPECT_TRUE(answers_fresh(s));
+    ASSERT_EQ(store_mark(s, 2, 0, OFFLINE), change_result::changed);
+    EXPECT_TRUE(answers_fresh(s));
+    for (int t = 1; t <= 4; ++t)
+        EXPECT_EQ(store_entry(s, 2, t)->online, 0);
+}
+
+TEST_F(Store, TheKeptAnswerFollowsEditsPlaysAndTheirReset)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("Old Name", 3)));
+    ASSERT_TRUE(store_write_text(s, 2, simple_album("Other", 2)));
+    ASSERT_EQ(store_replace(s, 1, 0, false, "Old", "New"), change_result::changed);   // the album's artist
+    EXPECT_TRUE(answers_fresh(s));
+    ASSERT_EQ(store_replace(s, 1, 2, true, "Song", "Tune"), change_result::changed);   // a track's title
+    EXPECT_TRUE(answers_fresh(s));
+    EXPECT_NE(std::string(stored_text(*store_get(s, 1))).find("Tune 2\n"), std::string::npos);
+    ASSERT_TRUE(store_record_play(s, 1, 3, 0x6500abcd));
+    ASSERT_TRUE(store_record_play(s, 2, 1, 0x6500abce));
+    EXPECT_TRUE(answers_fresh(s));
+    EXPECT_NE(std::string(stored_text(*store_get(s, 1))).find("6500ABCD"), std::string::npos);
+    const std::optional<std::vector<int>> reset = store_reset_plays(s);
+    ASSERT_TRUE(reset.has_value());
+    EXPECT_EQ(*reset, (std::vector<int>{1, 2}));
+    EXPECT_TRUE(answers_fresh(s));
+}
+
+TEST_F(Store, TheKeptAnswerFollowsMediaFoundMissing)
+{
+    server_state st;
+    st.paths = paths_for_root(root.dir);
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 3)));
+    ASSERT_TRUE(store_write_text(s, 9000, simple_album("T", 1)));
+    write_media(st, 1, 2, 1);
+    std::vector<int> changed;
+    ASSERT_TRUE(store_check_media(s, st.paths.media, changed));
+    EXPECT_EQ(changed, (std::vector<int>{1, 9000}));
+    EXPECT_TRUE(answers_fresh(s));
+}
+
+TEST_F(Store, TheKeptAnswerIsRebuiltOnLoadAndUnchangedByRefusals)
+{
+    ASSERT_TRUE(store_write_text(s, 1, simple_album("A", 2)));
+    ASSERT_TRUE(store_write_text(s, 3000, simple_album("Last", 99)));
+    ASSERT_EQ(store_mark(s, 3000, 7, SHORTLIST), change_result::changed);
+    const std::string last = store_get(s, 3000)->reply;
+    reopen();
+    EXPECT_EQ(store_get(s, 3000)->reply, last);
+    EXPECT_TRUE(answers_fresh(s));
+    // A refused change leaves the entries and the answer as they were.
+    other_writer other(root.path("zerka.db"));
+    ASSERT_TRUE(other.exec("BEGIN IMMEDIATE"));
+    EXPECT_EQ(store_mark(s, 1, 1, UNPLAYABLE), change_result::refused);
+    EXPECT_FALSE(store_record_play(s, 1, 2, 5));
+    EXPECT_EQ(store_replace(s, 1, 1, true, "Song", "Tune"), change_result::refused);
+    EXPECT_FALSE(store_write_text(s, 1, simple_album("B", 1)));
+    ASSERT_TRUE(other.exec("ROLLBACK"));
+    EXPECT_TRUE(answers_fresh(s));
+    // A deleted album keeps no answer.
+    ASSERT_TRUE(store_delete(s, 3000));
+    EXPECT_EQ(store_get(s, 3000), nullptr);
+    EXPECT_TRUE(answers_fresh(s));
 }
 
 TEST_F(Store, SettingsAreStoredTogetherOrNotAtAll)
