@@ -139,7 +139,8 @@ def load_average():
 # ----- fresh processes ------------------------------------------------------------------------
 
 def run_timed(argv, env=None, stdin=subprocess.DEVNULL):
-    """Runs a fresh process to its end: (seconds from start to end, its output, its peak resident set in KiB)."""
+    """Runs a fresh process to its end: (seconds from start to end, its output, the peak resident set wait4
+    reports, which includes this process's own: see peak_rss_kb)."""
     t0 = time.perf_counter()
     p = subprocess.Popen(argv, stdout=subprocess.PIPE, stdin=stdin, env=env)
     out = p.stdout.read()
@@ -150,6 +151,14 @@ def run_timed(argv, env=None, stdin=subprocess.DEVNULL):
     if p.returncode != 0:
         raise RuntimeError("%s ended with status %d" % (argv[0], p.returncode))
     return secs, out, ru.ru_maxrss
+
+
+def peak_rss_kb(argv, env=None):
+    """A program's own peak resident set in KiB (run under peak_rss, so that this
+    process's size does not count: the peak carries over an exec from the parent)."""
+    r = subprocess.run([os.path.join(BUILD, "bench", "common", "peak_rss")] + argv, env=env,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=True)
+    return int(r.stderr.strip().splitlines()[-1].split()[1])
 
 
 def vm_hwm_kb(pid):

@@ -278,27 +278,27 @@ def main():
                     m_argv = mpc(mpd_port, "-f", "%artist%\t%title%\t%album%", "search", "artist", word)
                     zk.run_timed(z_argv, z_env)   # first runs, not counted
                     zk.run_timed(m_argv)
-                    zt, mt, zrss, mrss = [], [], [], []
+                    zt, mt = [], []
                     for _ in range(args.rounds):
-                        secs, zout, rss = zk.run_timed(z_argv, z_env)
+                        secs, zout, _ = zk.run_timed(z_argv, z_env)
                         zt.append(secs)
-                        zrss.append(rss)
-                        secs, mout, rss = zk.run_timed(m_argv)
+                        secs, mout, _ = zk.run_timed(m_argv)
                         mt.append(secs)
-                        mrss.append(rss)
                     zh, mh = zerka_hits(zout), mpc_hits(mout)
                     same = zh == mh == zk.hits_of(word)
                     ok = ok and same
                     print("  %s \"%s\": zerka %d hits, mpc %d hits, %s" %
                           (label, word, len(zh), len(mh), "the same" if same else "HITS DIFFER"))
                     print("      zerka --search %s, mpc search %s, ratio %s" % (zk.ms(zt), zk.ms(mt), zk.ratio(zt, mt)))
-                    memory.setdefault("client " + word, (zk.spread(zrss)[0], zk.spread(mrss)[0]))
+                    if "client " + word not in memory:
+                        m_argv[0] = shutil.which("mpc")
+                        memory["client " + word] = (zk.peak_rss_kb(z_argv, z_env), zk.peak_rss_kb(m_argv))
                 memory.setdefault("server", (zk.vm_hwm_kb(server.pid), zk.vm_hwm_kb(mpd_proc.pid)))
             finally:
                 zk.pin_self(zk.ALL_CPUS)
                 zk.stop_server(server)
                 stop(mpd_proc)
-        print("\n(d) peak memory (one CPU placement; servers after the searches)")
+        print("\n(d) peak memory (the first placement; servers: VmHWM after the searches; clients: one search each)")
         for key, (z, m) in memory.items():
             print("  %-24s zerka %7.1f MB, MPD %7.1f MB, ratio %.2f" % (key, z / 1024, m / 1024, z / m))
         print("\nload average at the end %s" % zk.load_average())
