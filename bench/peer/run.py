@@ -66,7 +66,8 @@ def write_config(folder, port):
         f.write('log_file "%s"\n' % os.path.join(folder, "log"))
         f.write('pid_file "%s"\n' % os.path.join(folder, "pid"))
         f.write('bind_to_address "127.0.0.1"\nport "%d"\nauto_update "no"\nzeroconf_enabled "no"\n' % port)
-        # A third of the library answered at once is ~15 MB of text; the default limit is 8 MB.
+        # A third of the library answered at once is ~17 MB of text; with the default limit
+        # (8 MiB) mpd closes the connection part-way through it.
         f.write('max_output_buffer_size "131072"\n')
         f.write('audio_output {\n  type "null"\n  name "null"\n}\n')
     os.makedirs(os.path.join(folder, "music"), exist_ok=True)
