@@ -1,109 +1,74 @@
 #!/usr/bin/python3
-"""Times `zerka --search --artist X` against zerkaserver on loopback with a library
-of 3000 albums, as a ratio to the floor of bare album-read round trips (cli_bench).
+"""Times `zerka --search --artist WORD` against zerkaserver on loopback with the
+library of 3000 albums x 99 tracks (297,000 tracks), as a ratio to the floor:
+cli_bench, a minimal program making the same greeting and album-read round
+trips without parsing. Both are fresh processes, timed alike from start to end.
 
-    bench/cli/run_cli_bench.py [--build DIR] [--zerka PROGRAM] [--albums N] [--tracks N] [--artist X] [--rounds N]
-                               [--pin CPUS]
+    bench/cli/run_cli_bench.py [--rounds N] [--zerka PROGRAM] [--word WORD]...
 
-On a machine with few cores the result depends much on where the scheduler
-puts a freshly started client relative to the server (the floor's long-lived
-process tends to share the server's core, a new process often does not); --pin
-runs the server, the floor and the client on the given CPUs (taskset list, e.g.
-0 or 0,1) for a comparison with equal placement.
-
-The library is written through the server's own ALBUM_WRITE requests, so the
-benchmark does not depend on how the server stores it.
+Each ratio is measured with the server and the client (and the floor) on one
+CPU, on two CPUs, and unpinned; runs alternate floor and client; medians with
+min-max. The default words hit 297 tracks (crew0411) and 98,901 (trio).
 """
 
 import argparse
 import os
-import shutil
-import socket
-import subprocess
 import sys
-import tempfile
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-REPO = os.path.abspath(os.path.join(HERE, "..", ".."))
-
-ALBUM_WRITE = 0x11
-CLIENT_OPEN = 0x70
-
-
-def frame(type_, seq, album, track, text):
-    return ("%2.2x %4.4x %4.4x %4.4x %4.4x " % (type_, seq, album, track, len(text))).encode() + text
-
-
-def read_exact(sock, n):
-    data = b""
-    while len(data) < n:
-        chunk = sock.recv(n - len(data))
-        if not chunk:
-            raise RuntimeError("the server went away")
-        data += chunk
-    return data
-
-
-def request(sock, seq, type_, album, text=b""):
-    """Sends one request and reads messages until its reply (by sequence); returns the next sequence."""
-    sock.sendall(frame(type_, seq, album, 0, text))
-    while True:
-        head = read_exact(sock, 23)
-        fields = head.split()
-        rseq, length = int(fields[1], 16), int(fields[4], 16)
-        if length:
-            read_exact(sock, length)
-        if int(fields[0], 16) == type_ and (rseq == seq or type_ == CLIENT_OPEN):
-            return (rseq & 0xFF00) | ((rseq + 1) & 0xFF)
-
-
-def album_text(n, tracks):
-    lines = ["Bench Artist %04d" % n, "Bench Album Title %04d" % n, "45:30 - 6543210A 1 0012AB34 7"]
-    for k in range(1, tracks + 1):
-        lines += ["Bench Artist %04d" % n, "A Song Title Number %02d of %04d" % (k, n),
-                  "03:%02d S 6543210A 1 0012AB34 %d" % (k, k)]
-    return ("\n".join(lines) + "\n").encode()
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "common"))
+import zkbench as zk  # noqa: E402
 
 
 def main():
     ap = argparse.ArgumentParser()
-    ap.add_argument("--build", default=os.path.join(REPO, "build"))
-    ap.add_argument("--zerka", default=None, help="the client to time (default: BUILD/zerka)")
-    ap.add_argument("--albums", type=int, default=3000)
-    ap.add_argument("--tracks", type=int, default=12)
-    ap.add_argument("--artist", default="Bench Artist 1234")
-    ap.add_argument("--rounds", type=int, default=7)
-    ap.add_argument("--pin", default=None, help="CPU list for server, floor and client (taskset -c)")
+    ap.add_argument("--zerka", default=None, help="the client to time (default: build/zerka)")
+    ap.add_argument("--word", action="append", help="artist search words (default: %s, %s)" % (zk.SELECTIVE, zk.THIRD))
+    ap.add_argument("--rounds", type=int, default=9)
     args = ap.parse_args()
+    words = args.word or [zk.SELECTIVE, zk.THIRD]
+    zk.never_set_clock()
+    floor_prog = os.path.join(zk.BUILD, "bench", "cli", "cli_bench")
 
-    server_root = tempfile.mkdtemp(prefix="zkbs", dir="/tmp")
-    client_root = tempfile.mkdtemp(prefix="zkbc", dir="/tmp")
-    pin = ["/usr/bin/taskset", "-c", args.pin] if args.pin else []
-    server = subprocess.Popen(pin + [os.path.join(args.build, "zerkaserver"), "--root", server_root, "--port", "0",
-                               "--log", os.path.join(server_root, "server.log")],
-                              stdout=subprocess.PIPE, text=True)
+    tmp = zk.temp_dir("zkcli")
     try:
-        line = server.stdout.readline()
-        port = int(line.strip().rsplit(":", 1)[1])
-        with socket.create_connection(("127.0.0.1", port)) as sock:
-            sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-            seq = request(sock, 0, CLIENT_OPEN, 1)
-            for n in range(1, args.albums + 1):
-                seq = request(sock, seq, ALBUM_WRITE, n, album_text(n, args.tracks))
-        with open(os.path.join(client_root, "zerka.cfg"), "w") as f:
-            for k, v in (("SERVER_NAME", "Bench"), ("SERVER_MODE", "master"), ("MASTER_SERVER", "127.0.0.1"),
-                         ("MASTER_PORT", str(port)), ("MASTER_ROOT", server_root), ("LOOPBACK", "127.0.0.1"),
-                         ("EXPORT_FOLDER", client_root), ("WAV_PATH", client_root), ("WAV_FOLDER", "Incoming")):
-                f.write("%s %s\n" % (k, v))
-        bench = os.path.join(args.build, "bench", "cli", "cli_bench")
-        r = subprocess.run(pin + [bench, args.zerka or os.path.join(args.build, "zerka"), client_root, str(port), args.artist,
-                            str(args.rounds)])
-        return r.returncode
+        print("making the library (%d albums x %d tracks)..." % (zk.ALBUMS, zk.TRACKS), flush=True)
+        root = zk.make_library_root(tmp)
+        print("zerka --search --artist WORD against its floor; %d runs each; load average %s" %
+              (args.rounds, zk.load_average()))
+        print("medians (min-max), fresh processes timed from start to end")
+        for name, server_cpus, client_cpus in zk.PLACEMENTS:
+            if not zk.possible((name, server_cpus, client_cpus)):
+                print("\n%s: not possible on this machine" % name)
+                continue
+            zk.pin_self(server_cpus)
+            server, port = zk.start_server(root)
+            zk.pin_self(client_cpus)
+            try:
+                folder = zk.make_client_folder(tmp, root, port)
+                print("\n%s" % name)
+                zk.run_timed([floor_prog, str(port)])   # a first connection, not counted
+                for word in words:
+                    argv, env = zk.zerka_search(folder, word, args.zerka)
+                    client, floor = [], []
+                    lines = reads = 0
+                    for _ in range(args.rounds):
+                        secs, out, _ = zk.run_timed([floor_prog, str(port)])
+                        floor.append(secs)
+                        reads = int(out)
+                        secs, out, _ = zk.run_timed(argv, env)
+                        client.append(secs)
+                        lines = out.count(b"\n")
+                    print("  \"%s\": %d lines, %d album reads" % (word, lines, reads))
+                    print("    zerka --search      %s" % zk.ms(client))
+                    print("    floor (cli_bench)   %s" % zk.ms(floor))
+                    print("    ratio search/floor  %s" % zk.ratio(client, floor))
+            finally:
+                zk.pin_self(zk.ALL_CPUS)
+                zk.stop_server(server)
+        print("\nload average at the end %s" % zk.load_average())
+        return 0
     finally:
-        server.kill()
-        server.wait()
-        shutil.rmtree(server_root, ignore_errors=True)
-        shutil.rmtree(client_root, ignore_errors=True)
+        zk.remove(tmp)
 
 
 if __name__ == "__main__":

@@ -8,12 +8,19 @@
 // Prints the throughput and the reply times (median, 99th percentile, worst).
 // The run is bounded: two minutes at most, and 30 seconds for any one reply.
 //
-//   server_load_bench [zerkaserver] [clients] [operations]
+// Then the library load: a server with 3000 albums of 99 tracks (297,000
+// tracks), loaded by one client alone (9 runs) and by 50 clients at once, with
+// the server and the clients on one CPU, on two CPUs, and unpinned: the total
+// time of the 50 loads and each load's time against one client's.
+//
+//   server_load_bench [zerkaserver] [clients] [operations] [--no-library | --library-only]
+#include "../common/placement.hpp"
 #include "bench_client.hpp"
 #include "proto/transfer_text.hpp"
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -192,13 +199,130 @@ std::int64_t percentile(std::vector<std::int64_t> &v, double p)
 
 bool by_id(const track_id &a, const track_id &b) { return a.album != b.album ? a.album < b.album : a.track < b.track; }
 
+// ----- the library load -------------------------------------------------------------------
+
+constexpr int k_lib_albums = 3000;
+constexpr int k_lib_tracks = 99;
+
+std::string library_album_text(int n)
+{
+    std::string t;
+    char line[160];
+    std::snprintf(line, sizeof line, "Bench Artist %04d\nBench Album Title %04d\n45:30 - 6543210A 1 0012AB34 7\n", n, n);
+    t += line;
+    for (int k = 1; k <= k_lib_tracks; ++k) {
+        std::snprintf(line, sizeof line, "Bench Artist %04d\nA Song Title Number %02d of %04d\n03:%02d S 6543210A 1 0012AB34 %d\n",
+                      n, k, n, k % 60, k);
+        t += line;
+    }
+    return t;
+}
+
+// Writes the library through the server's own requests.
+bool write_library(int port)
+{
+    bench_conn c;
+    bench_msg m;
+    if (!c.open(port) || !c.request(CLIENT_OPEN, 1, 0, "", m))
+        return false;
+    for (int n = 1; n <= k_lib_albums; ++n)
+        if (!c.request(ALBUM_WRITE, n, 0, library_album_text(n), m) || m.album != n)
+            return false;
+    return true;
+}
+
+// One whole load as the client makes it at start-up: greeting, albums 1, 2, ...
+// until the end answer, then 9000..9019. Seconds, or -1 when it failed.
+double load_library(int port)
+{
+    const std::int64_t t0 = bench_now_ns();
+    bench_conn c;
+    bench_msg m;
+    if (!c.open(port) || !c.request(CLIENT_OPEN, 1, 0, "", m))
+        return -1;
+    int albums = 0;
+    for (int n = 1; n <= 3000; ++n) {
+        if (!c.request(ALBUM_READ, n, 0, "", m))
+            return -1;
+        if (m.album == 0xFFFD)
+            break;
+        albums += m.album == n;
+    }
+    for (int n = 9000; n < 9020; ++n)
+        if (!c.request(ALBUM_READ, n, 0, "", m))
+            return -1;
+    if (albums != k_lib_albums)
+        return -1;
+    return static_cast<double>(bench_now_ns() - t0) / 1e9;
+}
+
+int library_load(const std::string &exe, int clients)
+{
+    server_proc srv;
+    if (!start_server(exe, false, srv) || !write_library(srv.port)) {
+        std::fprintf(stderr, "cannot start %s with the library\n", exe.c_str());
+        stop_server(srv);
+        return 1;
+    }
+    std::printf("zerkaserver library load: %d albums x %d tracks (%d tracks), loopback; medians (min-max)\n",
+                k_lib_albums, k_lib_tracks, k_lib_albums * k_lib_tracks);
+    bool ok = true;
+    for (const placement &p : k_placements) {
+        if (!placement_possible(p))
+            continue;
+        pin_process(srv.pid, p.server_cpu);
+        pin_to(p.client_cpu);
+        std::vector<double> one;
+        load_library(srv.port);   // a first load, not counted
+        for (int i = 0; i < 9; ++i)
+            one.push_back(load_library(srv.port));
+        std::vector<double> each(static_cast<std::size_t>(clients));
+        const std::int64_t t0 = bench_now_ns();
+        std::vector<std::thread> threads;
+        for (int i = 0; i < clients; ++i)
+            threads.emplace_back([&each, &srv, i] { each[static_cast<std::size_t>(i)] = load_library(srv.port); });
+        for (auto &t : threads)
+            t.join();
+        const double total = static_cast<double>(bench_now_ns() - t0) / 1e9;
+        for (double v : one)
+            ok = ok && v > 0;
+        for (double v : each)
+            ok = ok && v > 0;
+        const spread s1 = spread_of(one);
+        const spread sn = spread_of(each);
+        std::printf("\n%s\n", p.name);
+        std::printf("  one client alone          %s\n", ms_text(s1).c_str());
+        std::printf("  %d clients at once, total %.1f ms: %.2f x one load, %.2f x %d loads one after another\n", clients,
+                    total * 1000, total / s1.median, total / (s1.median * clients), clients);
+        std::printf("  each of the %d loads      %s: %.2f x one client alone\n", clients, ms_text(sn).c_str(),
+                    sn.median / s1.median);
+    }
+    pin_to(-1);
+    stop_server(srv);
+    std::printf("%s\n", ok ? "every load complete" : "A LOAD FAILED");
+    return ok ? 0 : 1;
+}
+
 }   // namespace
 
 int main(int argc, char **argv)
 {
-    const std::string exe = argc > 1 ? argv[1] : ZERKASERVER_PATH;
-    const int clients = argc > 2 ? std::atoi(argv[2]) : 50;
-    const int operations = argc > 3 ? std::atoi(argv[3]) : 200;
+    bool with_library = true;
+    bool with_playlists = true;
+    std::vector<const char *> args;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--no-library") == 0)
+            with_library = false;
+        else if (std::strcmp(argv[i], "--library-only") == 0)
+            with_playlists = false;
+        else
+            args.push_back(argv[i]);
+    }
+    const std::string exe = args.size() > 0 ? args[0] : ZERKASERVER_PATH;
+    const int clients = args.size() > 1 ? std::atoi(args[1]) : 50;
+    const int operations = args.size() > 2 ? std::atoi(args[2]) : 200;
+    if (!with_playlists)
+        return library_load(exe, clients);
     server_proc srv;
     if (!start_server(exe, true, srv)) {
         std::fprintf(stderr, "cannot start %s\n", exe.c_str());
@@ -279,5 +403,10 @@ int main(int argc, char **argv)
     std::printf("  errors             %d%s\n", errors, timed_out ? " (time limit reached)" : "");
     std::printf("  lost updates       %s (current playlist %zu tracks, expected %zu)\n", lost ? "YES" : "none",
                 got.size(), expected.size());
-    return errors == 0 && !lost && !timed_out ? 0 : 1;
+    const bool good = errors == 0 && !lost && !timed_out;
+    if (!with_library)
+        return good ? 0 : 1;
+    std::printf("\n");
+    std::fflush(stdout);
+    return library_load(exe, clients) == 0 && good ? 0 : 1;
 }
