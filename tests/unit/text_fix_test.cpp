@@ -88,8 +88,8 @@ constexpr split_case split_cases[] = {
     {"A/B", "untouched", "A/B", "A/B"},
     {"Title  -   Artist  ", "Title", "Artist", "Title "},   // the cut is at the blank before '-'
     {"One - Two - Three", "One", "Two - Three", "One"},       // the first separator only
-    {"Song: Part 1 - Live", "Song", "Part 1 - Live", "Song"},  // ": " comes first here
-    {"Part 1 - Song: Live", "Part 1", "Song: Live", "Part 1"},
+    {"Song: Side 1 - Live", "Song", "Side 1 - Live", "Song"},  // ": " comes first here
+    {"Side 1 - Song: Live", "Side 1", "Song: Live", "Side 1"},
     {"Name /", "Name", "", "Name"},                           // the separator at the very end
     {"Name -", "Name", "", "Name"},
     {" - Artist", "", "Artist", ""},                          // nothing before the separator
