@@ -83,34 +83,18 @@ bool connect_master(master_conn &c, const std::string &host_port, std::string &e
     return true;
 }
 
-bool send_all(master_conn &c, const std::string &bytes)
-{
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::send(c.fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
-        if (n < 0 && (errno == EINTR))
-            continue;
-        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-            if (!wait_ready(c.fd, POLLOUT))
-                return false;
-            continue;
-        }
-        if (n <= 0)
-            return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
-bool recv_exact(master_conn &c, char *buf, std::size_t n)
+// Moves n bytes with `step` (a send or a receive of what is left), waiting for
+// the socket when it would block; false when the link fails or closes.
+template <class Step>
+bool transfer_all(master_conn &c, std::size_t n, short events, Step step)
 {
     std::size_t done = 0;
     while (done < n) {
-        const ssize_t r = ::recv(c.fd, buf + done, n - done, 0);
+        const ssize_t r = step(done);
         if (r < 0 && errno == EINTR)
             continue;
         if (r < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-            if (!wait_ready(c.fd, POLLIN))
+            if (!wait_ready(c.fd, events))
                 return false;
             continue;
         }
@@ -119,6 +103,18 @@ bool recv_exact(master_conn &c, char *buf, std::size_t n)
         done += static_cast<std::size_t>(r);
     }
     return true;
+}
+
+bool send_all(master_conn &c, const std::string &bytes)
+{
+    return transfer_all(c, bytes.size(), POLLOUT, [&](std::size_t done) {
+        return ::send(c.fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+    });
+}
+
+bool recv_exact(master_conn &c, char *buf, std::size_t n)
+{
+    return transfer_all(c, n, POLLIN, [&](std::size_t done) { return ::recv(c.fd, buf + done, n - done, 0); });
 }
 
 // Sends a request and waits for its reply (notices in between are passed over).
