@@ -36,35 +36,24 @@ def main():
         print("zerka --search --artist WORD against its floor; %d runs each; load average %s" %
               (args.rounds, zk.load_average()))
         print("medians (min-max), fresh processes timed from start to end")
-        for name, server_cpus, client_cpus in zk.PLACEMENTS:
-            if not zk.possible((name, server_cpus, client_cpus)):
-                print("\n%s: not possible on this machine" % name)
-                continue
-            zk.pin_self(server_cpus)
-            server, port = zk.start_server(root)
-            zk.pin_self(client_cpus)
-            try:
-                folder = zk.make_client_folder(tmp, root, port)
-                print("\n%s" % name)
-                zk.run_timed([floor_prog, str(port)])   # a first connection, not counted
-                for word in words:
-                    argv, env = zk.zerka_search(folder, word, args.zerka)
-                    client, floor = [], []
-                    lines = reads = 0
-                    for _ in range(args.rounds):
-                        secs, out, _ = zk.run_timed([floor_prog, str(port)])
-                        floor.append(secs)
-                        reads = int(out)
-                        secs, out, _ = zk.run_timed(argv, env)
-                        client.append(secs)
-                        lines = out.count(b"\n")
-                    print("  \"%s\": %d lines, %d album reads" % (word, lines, reads))
-                    print("    zerka --search      %s" % zk.ms(client))
-                    print("    floor (cli_bench)   %s" % zk.ms(floor))
-                    print("    ratio search/floor  %s" % zk.ratio(client, floor))
-            finally:
-                zk.pin_self(zk.ALL_CPUS)
-                zk.stop_server(server)
+        for name, port, folder in zk.each_placement(root, tmp):
+            print("\n%s" % name)
+            zk.run_timed([floor_prog, str(port)])   # a first connection, not counted
+            for word in words:
+                argv, env = zk.zerka_search(folder, word, args.zerka)
+                client, floor = [], []
+                lines = reads = 0
+                for _ in range(args.rounds):
+                    secs, out, _ = zk.run_timed([floor_prog, str(port)])
+                    floor.append(secs)
+                    reads = int(out)
+                    secs, out, _ = zk.run_timed(argv, env)
+                    client.append(secs)
+                    lines = out.count(b"\n")
+                print("  \"%s\": %d lines, %d album reads" % (word, lines, reads))
+                print("    zerka --search      %s" % zk.ms(client))
+                print("    floor (cli_bench)   %s" % zk.ms(floor))
+                print("    ratio search/floor  %s" % zk.ratio(client, floor))
         print("\nload average at the end %s" % zk.load_average())
         return 0
     finally:

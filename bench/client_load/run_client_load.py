@@ -30,37 +30,10 @@ import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 REPO = os.path.abspath(os.path.join(HERE, "..", ".."))
+sys.path.insert(0, os.path.join(HERE, "..", "common"))
+import zkbench as zk  # noqa: E402
 
-ALBUM_WRITE = 0x11
-CLIENT_OPEN = 0x70
 PLACEMENTS = {"same": ("0", "0"), "apart": ("0", "1"), "free": (None, None)}
-
-
-def frame(type_, seq, album, track, text):
-    return ("%2.2x %4.4x %4.4x %4.4x %4.4x " % (type_, seq, album, track, len(text))).encode() + text
-
-
-def read_exact(sock, n):
-    data = b""
-    while len(data) < n:
-        chunk = sock.recv(n - len(data))
-        if not chunk:
-            raise RuntimeError("the server went away")
-        data += chunk
-    return data
-
-
-def request(sock, seq, type_, album, text=b""):
-    """Sends one request and reads messages until its reply; returns the next sequence."""
-    sock.sendall(frame(type_, seq, album, 0, text))
-    while True:
-        head = read_exact(sock, 23)
-        fields = head.split()
-        rseq, length = int(fields[1], 16), int(fields[4], 16)
-        if length:
-            read_exact(sock, length)
-        if int(fields[0], 16) == type_ and (rseq == seq or type_ == CLIENT_OPEN):
-            return (rseq & 0xFF00) | ((rseq + 1) & 0xFF)
 
 
 def artist(n, albums):
@@ -130,9 +103,9 @@ def main():
             server, port = start_server(server_program, server_root, None)
             with socket.create_connection(("127.0.0.1", port)) as sock:
                 sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-                seq = request(sock, 0, CLIENT_OPEN, 1)
+                seq, _ = zk.request(sock, 0, zk.CLIENT_OPEN, 1)
                 for n in range(1, args.albums + 1):
-                    seq = request(sock, seq, ALBUM_WRITE, n, album_text(n, args.albums, args.tracks))
+                    seq, _ = zk.request(sock, seq, zk.ALBUM_WRITE, n, album_text(n, args.albums, args.tracks))
             server.kill()
             server.wait()
             open(os.path.join(server_root, "ready"), "w").close()

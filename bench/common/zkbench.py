@@ -191,6 +191,25 @@ def ratio(a, b):
 
 # ----- zerkaserver and the client -------------------------------------------------------------
 
+def each_placement(root, parent):
+    """For each placement this machine allows: starts a server on the library
+    `root` on the server's CPUs, moves this process (and so the clients it
+    starts) to the client's, and yields (name, port, client folder); the
+    server is stopped and the pinning undone after each."""
+    for name, server_cpus, client_cpus in PLACEMENTS:
+        if not possible((name, server_cpus, client_cpus)):
+            print("\n%s: not possible on this machine" % name)
+            continue
+        pin_self(server_cpus)
+        server, port = start_server(root)
+        pin_self(client_cpus)
+        try:
+            yield name, port, make_client_folder(parent, root, port)
+        finally:
+            pin_self(ALL_CPUS)
+            stop_server(server)
+
+
 def free_port():
     with socket.socket() as s:
         s.bind(("127.0.0.1", 0))

@@ -88,28 +88,17 @@ def main():
               (args.rounds, zk.load_average()))
         print("medians (min-max)")
         shown = not args.show
-        for name, server_cpus, client_cpus in zk.PLACEMENTS:
-            if not zk.possible((name, server_cpus, client_cpus)):
-                print("\n%s: not possible on this machine" % name)
-                continue
-            zk.pin_self(server_cpus)
-            server, port = zk.start_server(root)
-            zk.pin_self(client_cpus)
-            try:
-                folder = zk.make_client_folder(tmp, root, port)
-                env = zk.client_env(folder)
-                launch_to_console([args.zerka], env)   # a first launch, not counted
-                times = []
-                for _ in range(args.rounds):
-                    secs, screen = launch_to_console([args.zerka], env)
-                    times.append(secs)
-                    if not shown:
-                        print(screen)
-                        shown = True
-                print("\n%s\n  launch to console drawn  %s" % (name, zk.ms(times)), flush=True)
-            finally:
-                zk.pin_self(zk.ALL_CPUS)
-                zk.stop_server(server)
+        for name, port, folder in zk.each_placement(root, tmp):
+            env = zk.client_env(folder)
+            launch_to_console([args.zerka], env)   # a first launch, not counted
+            times = []
+            for _ in range(args.rounds):
+                secs, screen = launch_to_console([args.zerka], env)
+                times.append(secs)
+                if not shown:
+                    print(screen)
+                    shown = True
+            print("\n%s\n  launch to console drawn  %s" % (name, zk.ms(times)), flush=True)
         print("\nload average at the end %s" % zk.load_average())
         return 0
     finally:
